@@ -1,0 +1,48 @@
+# What every target of this repository shares. Nothing here reaches those who link to the libraries but the language
+# level and, for static builds, the define that turns the export macros off.
+
+# Settings of everything that is compiled here: libraries, programs and tests.
+function(foundation_target_settings target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  # Files are named relative to the repository in reports and debug information, whatever folder the build runs in.
+  target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  if(FOUNDATION_DEVELOPER)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+  endif()
+  if(FOUNDATION_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${FOUNDATION_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${FOUNDATION_SANITIZE})
+  endif()
+endfunction()
+
+# foundation_add_library(NAME SOURCES file... HEADERS file...): the library foundation_NAME with its alias
+# foundation::NAME. HEADERS are the public ones: they are installed, and each must compile alone.
+function(foundation_add_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS")
+  set(target foundation_${name})
+  add_library(${target} ${arg_SOURCES})
+  add_library(foundation::${name} ALIAS ${target})
+  target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
+  foundation_target_settings(${target})
+  set_target_properties(
+    ${target}
+    PROPERTIES EXPORT_NAME ${name}
+               VERSION ${PROJECT_VERSION}
+               SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+               VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL}
+               # The libraries lie side by side once installed, wherever that is.
+               INSTALL_RPATH $ORIGIN)
+  string(TOUPPER ${target} upper)
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL "STATIC_LIBRARY")
+    target_compile_definitions(${target} PUBLIC ${upper}_STATIC)
+    set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  else()
+    # A forgotten dependency is an error here, not at the user's link.
+    if(NOT FOUNDATION_SANITIZE)
+      target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    endif()
+    set_target_properties(${target} PROPERTIES DEFINE_SYMBOL ${upper}_BUILDING)
+  endif()
+endfunction()

@@ -1,0 +1,38 @@
+#pragma once
+
+/// @file
+/// The texts that an error report and a type error have in common, and the names that go into them.
+
+#include <foundation/core/diag.h>
+#include <boost/format.hpp>
+#include <string>
+#include <typeinfo>
+
+namespace foundation::tav::detail {
+
+/// Ends every report that is traced or passed to termination, and the text of every type error.
+inline constexpr char callerBug[] = " This indicates a bug in the code calling TAV.";
+
+/// A format; `%1%` is the state type.
+inline constexpr char doesNotExist[] =
+    "Type '%1%' does not exist in TAV. The caller requested pre-existing state of the specified type, but it was never "
+    "created.";
+
+/// Follows every message about an absent context.
+inline constexpr char contextRequired[] =
+    "The context might be inaccessible to this thread, or might have been deactivated or destroyed. 'Zarn' or "
+    "'Workspace' scoped states require an active 'Zarn' context; 'Process' scoped states require an active 'Process' "
+    "context.";
+
+/// The readable name of a state type or scope tag.
+inline std::string getName(const std::type_info& type) {
+    return core::diag::detail::demangle_typeid_name(type.name(), false);
+}
+
+/// The format with its placeholders filled. Numbers are passed as text: Boost.Format would write them as the global
+/// locale groups digits.
+inline std::string formatted(const char* format, const auto&... arguments) {
+    return (boost::format(format) % ... % arguments).str();
+}
+
+}  // namespace foundation::tav::detail

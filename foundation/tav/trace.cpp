@@ -1,0 +1,44 @@
+#include <foundation/tav/detail/trace.h>
+#include <boost/log/attributes/attribute_name.hpp>
+#include <boost/log/sources/severity_feature.hpp>
+#include <cstdint>
+#include <mutex>
+
+namespace foundation::tav::detail {
+namespace {
+
+/// Gives the thread's severity slot a value and, at its end, the one back that it had: a record that the application
+/// has in flight on this thread keeps its own.
+class ThreadSeverity {
+public:
+    explicit ThreadSeverity(Severity severity)
+        : m_slot(boost::log::sources::aux::get_severity_level()), m_previous(std::exchange(m_slot, severity)) {}
+    ~ThreadSeverity() { m_slot = m_previous; }
+
+    ThreadSeverity(const ThreadSeverity&) = delete;
+    ThreadSeverity& operator=(const ThreadSeverity&) = delete;
+
+private:
+    std::uintmax_t& m_slot;
+    const std::uintmax_t m_previous;
+};
+
+}  // namespace
+
+// Before every static initialiser of default priority: in a static build nothing else would order the loggers before
+// globals of the program that hold contexts.
+[[gnu::init_priority(101)]] log::diagnostic_logger errorLogger("foundation::tav");
+[[gnu::init_priority(101)]] log::diagnostic_logger libraryLogger("foundation::tav");
+
+boost::log::record openRecord(log::diagnostic_logger& logger, Severity severity) {
+    static const boost::log::attribute_name severityName("Severity");
+    if (!logger.core()->get_logging_enabled()) return {};
+    const std::lock_guard lock(logger.mutex());
+    const ThreadSeverity threadSeverity(severity);
+    boost::log::record record = logger.core()->open_record(logger.attributes());
+    // A record reads its attributes when they are asked for: ask while the thread's slot holds the record's severity.
+    if (record) record[severityName];
+    return record;
+}
+
+}  // namespace foundation::tav::detail
