@@ -83,7 +83,7 @@ public:
     explicit ContextActivator(ContextSet contexts);
 
     /// Deactivates, if that was not done before.
-    ~ContextActivator() noexcept(false);
+    ~ContextActivator() noexcept(false);  // NOLINT(bugprone-exception-escape): restoring may be misuse
 
     /// Makes the previous contexts current again; one that was destroyed meanwhile leaves none. A second call does
     /// nothing.

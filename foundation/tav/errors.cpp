@@ -15,9 +15,7 @@ constinit std::atomic<ErrorHandler> errorHandler = nullptr;
 
 /// The message as it is traced and passed to termination; as it came where memory for the whole text is wanting, since
 /// a report must not be lost.
-std::string withCallerBug(const std::string& message) noexcept try {
-    return message + detail::callerBug;
-} catch (const std::bad_alloc&) {
+std::string withCallerBug(const std::string& message) noexcept try { return message + detail::callerBug; } catch (...) {
     return {};
 }
 
@@ -27,22 +25,12 @@ ErrorInfo::ErrorInfo(const ErrorInfo& other) = default;
 ErrorInfo::ErrorInfo(ErrorInfo&& other) = default;  // NOLINT(performance-noexcept-move-constructor): see the header
 ErrorInfo::~ErrorInfo() = default;
 
-std::string ErrorInfo::convert(const boost::basic_format<char>& message) {
-    return message.str();
-}
-std::string ErrorInfo::convert(const char* message) {
-    return message;
-}
-std::string ErrorInfo::convert(std::string message) {
-    return message;
-}
+std::string ErrorInfo::convert(const boost::basic_format<char>& message) { return message.str(); }
+std::string ErrorInfo::convert(const char* message) { return message; }
+std::string ErrorInfo::convert(std::string message) { return message; }
 
-ErrorHandler getErrorHandler() {
-    return errorHandler.load();
-}
-ErrorHandler setErrorHandler(ErrorHandler handler) {
-    return errorHandler.exchange(handler);
-}
+ErrorHandler getErrorHandler() { return errorHandler.load(); }
+ErrorHandler setErrorHandler(ErrorHandler handler) { return errorHandler.exchange(handler); }
 
 void detail::reportError(const ErrorInfo& info) {
     const std::string composed = withCallerBug(info.m_message);
@@ -56,22 +44,16 @@ void detail::reportError(const ErrorInfo& info) {
 }
 
 TypeError::TypeError(std::string_view message, const std::type_info& type)
-    : std::runtime_error(std::string(message) + detail::callerBug), m_type(&type) {
-}
+    : std::runtime_error(std::string(message) + detail::callerBug), m_type(&type) {}
 TypeError::TypeError(const TypeError& other) noexcept = default;
 TypeError& TypeError::operator=(const TypeError& other) noexcept = default;
 TypeError::~TypeError() = default;
 
-const std::type_info& TypeError::getType() const {
-    return *m_type;
-}
-std::string TypeError::getTypeName() const {
-    return detail::getName(*m_type);
-}
+const std::type_info& TypeError::getType() const { return *m_type; }
+std::string TypeError::getTypeName() const { return detail::getName(*m_type); }
 
 DoesNotExistTypeError::DoesNotExistTypeError(const std::type_info& type)
-    : TypeError(detail::formatted(detail::doesNotExist, detail::getName(type)), type) {
-}
+    : TypeError(detail::formatted(detail::doesNotExist, detail::getName(type)), type) {}
 DoesNotExistTypeError::DoesNotExistTypeError(const DoesNotExistTypeError& other) noexcept = default;
 DoesNotExistTypeError& DoesNotExistTypeError::operator=(const DoesNotExistTypeError& other) noexcept = default;
 DoesNotExistTypeError::~DoesNotExistTypeError() = default;
@@ -80,8 +62,7 @@ NoActiveContextTypeError::NoActiveContextTypeError(const std::type_info& type)
     : TypeError(detail::formatted("No active TAV context with scope specified for state type '%1%'. ",
                                   detail::getName(type)) +
                     detail::contextRequired,
-                type) {
-}
+                type) {}
 NoActiveContextTypeError::NoActiveContextTypeError(const NoActiveContextTypeError& other) noexcept = default;
 NoActiveContextTypeError& NoActiveContextTypeError::operator=(const NoActiveContextTypeError& other) noexcept = default;
 NoActiveContextTypeError::~NoActiveContextTypeError() = default;

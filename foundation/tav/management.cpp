@@ -215,7 +215,7 @@ enum class State : std::int32_t { running, shutdown, destroyed };
 /// Computed when an insert first meets a context that is not running.
 bool isStrictShutdown() {
     static const bool isStrict = [] {
-        const char* const value = std::getenv("KV_TAV_STRICT_SHUTDOWN");
+        const char* const value = std::getenv("KV_TAV_STRICT_SHUTDOWN");  // NOLINT(concurrency-mt-unsafe): once
         return value && value != std::string_view("0");
     }();
     return isStrict;
@@ -230,8 +230,8 @@ class ContextImpl : public std::enable_shared_from_this<ContextImpl<Scope>> {
     using ChildList = std::list<std::shared_ptr<Child>>;
 
 public:
-    ContextImpl();                                                // Process
-    explicit ContextImpl(const std::shared_ptr<Parent>& parent);  // Zarn, Workspace
+    ContextImpl();                                         // Process
+    explicit ContextImpl(std::shared_ptr<Parent> parent);  // Zarn, Workspace
     ContextImpl(const ContextImpl&) = delete;
     ContextImpl& operator=(const ContextImpl&) = delete;
     ~ContextImpl();
@@ -342,7 +342,7 @@ ContextImpl<Scope>::ContextImpl() {
 }
 
 template <class Scope>
-ContextImpl<Scope>::ContextImpl(const std::shared_ptr<Parent>& parent) : m_parent(parent) {
+ContextImpl<Scope>::ContextImpl(std::shared_ptr<Parent> parent) : m_parent(std::move(parent)) {
     FOUNDATION_TAV_TRACE_SCOPE(" this=" << static_cast<const void*>(this));
     FOUNDATION_TAV_CHECK(m_parent);
 }
@@ -361,7 +361,7 @@ ContextImpl<Scope>::~ContextImpl() {
 
 template <class Scope>
 auto ContextImpl<Scope>::createChild() -> std::shared_ptr<Child> {
-    const auto child = std::make_shared<Child>(this->shared_from_this());
+    auto child = std::make_shared<Child>(this->shared_from_this());  // a refused one is released when the lock is
     const std::lock_guard lock(m_mutex);
     constexpr std::size_t limit = ScopeTraits<Scope>::childLimit;
     if (m_state != State::running)
@@ -670,17 +670,14 @@ Context<Scope>::Context(bool activate) requires std::same_as<Scope, scope::Proce
 
 template <class Scope>
 Context<Scope>::Context(Context<scope::Process>& parent) requires std::same_as<Scope, scope::Zarn>
-    : m_pimpl(Pimpl::makeChildOf(parent)) {
-}
+    : m_pimpl(Pimpl::makeChildOf(parent)) {}
 
 template <class Scope>
 Context<Scope>::Context(Context<scope::Zarn>& parent) requires std::same_as<Scope, scope::Workspace>
-    : m_pimpl(Pimpl::makeChildOf(parent)) {
-}
+    : m_pimpl(Pimpl::makeChildOf(parent)) {}
 
 template <class Scope>
-Context<Scope>::Context(Context&& other) noexcept : m_pimpl(std::move(other.m_pimpl)) {
-}
+Context<Scope>::Context(Context&& other) noexcept : m_pimpl(std::move(other.m_pimpl)) {}
 
 template <class Scope>
 Context<Scope>::~Context() {
@@ -779,20 +776,14 @@ struct ContextSet::Pimpl {
     std::shared_ptr<ContextImpl<scope::Workspace>> workspace;  // released first
 };
 
-ContextSet::ContextSet() : m_pimpl(std::make_unique<Pimpl>()) {
-}
-ContextSet::ContextSet(const Pimpl& contexts) : m_pimpl(std::make_unique<Pimpl>(contexts)) {
-}
+ContextSet::ContextSet() : m_pimpl(std::make_unique<Pimpl>()) {}
+ContextSet::ContextSet(const Pimpl& contexts) : m_pimpl(std::make_unique<Pimpl>(contexts)) {}
 ContextSet::ContextSet(ContextSet&& other) noexcept = default;
 ContextSet& ContextSet::operator=(ContextSet&& other) noexcept = default;
 ContextSet::~ContextSet() = default;
 
-ContextSet::operator bool() const {
-    return !isEmpty();
-}
-bool ContextSet::isEmpty() const {
-    return !m_pimpl || !m_pimpl->zarn;
-}
+ContextSet::operator bool() const { return !isEmpty(); }
+bool ContextSet::isEmpty() const { return !m_pimpl || !m_pimpl->zarn; }
 
 bool operator==(const ContextSet& a, const ContextSet& b) {
     if (a.isEmpty() && b.isEmpty()) return true;
@@ -813,7 +804,7 @@ namespace thisthread {
 
 struct ContextActivator::Pimpl {
     /// Activation. What a failure finds done stays done.
-    explicit Pimpl(const ContextSet::Pimpl& contexts);
+    explicit Pimpl(ContextSet::Pimpl contexts);
 
     /// Once. Restores in reverse, whatever is current meanwhile.
     void deactivate();
@@ -822,7 +813,7 @@ struct ContextActivator::Pimpl {
     static std::shared_ptr<ContextImpl<Scope>> contextOf(const Context<Scope>& handle) {
         return handle.m_pimpl ? handle.m_pimpl->context : nullptr;
     }
-    static ContextSet::Pimpl withParent(std::shared_ptr<ContextImpl<scope::Workspace>> workspace) {
+    static ContextSet::Pimpl withParent(const std::shared_ptr<ContextImpl<scope::Workspace>>& workspace) {
         return {workspace ? workspace->parent() : nullptr, workspace};
     }
 
@@ -830,7 +821,7 @@ struct ContextActivator::Pimpl {
     ContextSet::Pimpl previous;
 };
 
-ContextActivator::Pimpl::Pimpl(const ContextSet::Pimpl& contexts) : active(contexts) {
+ContextActivator::Pimpl::Pimpl(ContextSet::Pimpl contexts) : active(std::move(contexts)) {
     previous.zarn = exchangeCurrent<scope::Zarn>(active.zarn);
     previous.workspace = exchangeCurrent<scope::Workspace>(active.workspace);
     detail::trace(detail::libraryLogger, detail::informationSeverity, [this](auto& stream) {
@@ -850,26 +841,18 @@ void ContextActivator::Pimpl::deactivate() {
     exchangeCurrent<scope::Zarn>(previous.zarn);
 }
 
-ContextActivator::ContextActivator() : ContextActivator(NullContext<scope::Zarn>()) {
-}
+ContextActivator::ContextActivator() : ContextActivator(NullContext<scope::Zarn>()) {}
 ContextActivator::ContextActivator(Context<scope::Zarn>& context)
-    : m_pimpl(std::make_unique<Pimpl>(ContextSet::Pimpl{Pimpl::contextOf(context), nullptr})) {
-}
-ContextActivator::ContextActivator(NullContext<scope::Zarn>) : m_pimpl(std::make_unique<Pimpl>(ContextSet::Pimpl{})) {
-}
+    : m_pimpl(std::make_unique<Pimpl>(ContextSet::Pimpl{Pimpl::contextOf(context), nullptr})) {}
+ContextActivator::ContextActivator(NullContext<scope::Zarn>) : m_pimpl(std::make_unique<Pimpl>(ContextSet::Pimpl{})) {}
 ContextActivator::ContextActivator(Context<scope::Workspace>& context)
-    : m_pimpl(std::make_unique<Pimpl>(Pimpl::withParent(Pimpl::contextOf(context)))) {
-}
+    : m_pimpl(std::make_unique<Pimpl>(Pimpl::withParent(Pimpl::contextOf(context)))) {}
 ContextActivator::ContextActivator(NullContext<scope::Workspace>)
-    : m_pimpl(std::make_unique<Pimpl>(ContextSet::Pimpl{getCurrent<scope::Zarn>(), nullptr})) {
-}
+    : m_pimpl(std::make_unique<Pimpl>(ContextSet::Pimpl{getCurrent<scope::Zarn>(), nullptr})) {}
 ContextActivator::ContextActivator(ContextSet contexts)
-    : m_pimpl(std::make_unique<Pimpl>(contexts.m_pimpl ? *contexts.m_pimpl : ContextSet::Pimpl{})) {
-}
+    : m_pimpl(std::make_unique<Pimpl>(contexts.m_pimpl ? *contexts.m_pimpl : ContextSet::Pimpl{})) {}
 
-ContextActivator::~ContextActivator() noexcept(false) {
-    deactivate();
-}
+ContextActivator::~ContextActivator() noexcept(false) { deactivate(); }  // NOLINT(bugprone-exception-escape)
 
 void ContextActivator::deactivate() {
     const std::unique_ptr<Pimpl> record = std::move(m_pimpl);  // freed however this ends
@@ -890,9 +873,7 @@ ContextSet ContextActivator::getPreviousContexts() const {
     return ContextSet(m_pimpl->previous);
 }
 
-bool ContextActivator::isActivated() const {
-    return m_pimpl != nullptr;
-}
+bool ContextActivator::isActivated() const { return m_pimpl != nullptr; }
 
 template <class Scope>
 bool ContextActivator::isActive(const Context<Scope>& context) {

@@ -49,8 +49,8 @@ private:
 
 }  // namespace foundation::tav::detail
 
-/// Traces the enclosing operation to its end. The arguments are what is streamed as its details; a macro for the
-/// operation's full signature.
+/// Traces the enclosing operation to its end; a macro for the operation's full signature. `details` is a chain of
+/// insertions, which parentheses would break: NOLINTNEXTLINE(bugprone-macro-parentheses)
 #define FOUNDATION_TAV_TRACE_SCOPE(details)                                                                   \
     std::optional<::foundation::tav::detail::ScopeTrace> scopeTrace;                                          \
     if (::foundation::tav::detail::isEnabled(                                                                 \

@@ -1,0 +1,53 @@
+#include "analysis.h"
+
+#include <string>
+#include <string_view>
+#include "console.h"
+#include "state.h"
+#include "states.h"
+
+namespace text_host {
+
+namespace {
+
+// The shared dictionary is asked only for words that the document has not used before: threads rarely meet there.
+void countWord(WordCounts& document, const std::string& word) {
+    auto entry = document.counts.find(word);
+    if (entry == document.counts.end()) {
+        entry = document.counts.emplace(state<Dictionary>().keep(word), 0).first;
+    }
+    ++entry->second;
+    ++document.words;
+}
+
+}  // namespace
+
+void countWords() {
+    const Document& document = state<Document>();
+    WordCounts& counts = insertState<WordCounts>(document.path);
+    std::string_view rest = document.text;
+    for (std::string word; takeWord(rest, word);) {
+        countWord(counts, word);
+    }
+}
+
+void indexDocument() {
+    const WordCounts& document = state<WordCounts>();
+    const std::uint64_t bytes = state<Document>().text.size();
+    ProjectIndex& index = state<ProjectIndex>();
+    ++index.documents;
+    index.words += document.words;
+    index.bytes += bytes;
+    for (const auto& [word, count] : document.counts) {
+        index.counts[word] += count;
+    }
+    const RunSummary::Totals totals = state<RunSummary>().addDocument(document.words, bytes);
+    state<Console>().showProgress(totals.documents, totals.words);
+}
+
+void reportProblem(const Problem& problem) {
+    state<RunSummary>().addProblem();
+    state<Console>().showProblem(problem);
+}
+
+}  // namespace text_host

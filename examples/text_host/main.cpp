@@ -1,0 +1,135 @@
+// text_host: an application whose state lives in contexts. See states.h for what there is, projects.cpp for the
+// contexts and threads, analysis.cpp for code that works in them, misuse.cpp for what happens when it goes wrong.
+
+#include <foundation/log/console.h>
+#include <foundation/log/diagnostic_logger.h>
+#include <foundation/tav/context_activator.h>
+#include <unistd.h>
+#include <algorithm>
+#include <exception>
+#include <iostream>
+#include <thread>
+#include "console.h"
+#include "misuse.h"
+#include "options.h"
+#include "projects.h"
+#include "report.h"
+#include "state.h"
+#include "states.h"
+
+namespace text_host {
+
+namespace {
+
+constexpr int success = 0;
+constexpr int incomplete = 1;
+constexpr int wrongUsage = 2;
+
+// Details (2), information (16), scope entry (32) and exit (64), errors (512).
+constexpr unsigned fullTrace = 2 | 16 | 32 | 64 | 512;
+
+// Without a sink of the application's own, Boost.Log would write the library's records to standard output.
+void setUpTrace(bool isFull) {
+    foundation::log::add_console_sink();
+    if (isFull) {
+        foundation::log::set_severity_mask("foundation::tav", fullTrace);
+    }
+}
+
+std::size_t threadsFor(const Options& options) {
+    constexpr unsigned most = 4;
+    return options.threads.value_or(std::clamp(std::thread::hardware_concurrency(), 1U, most));
+}
+
+// The oldest states die last: the teardown log has to see all the others go.
+void insertRunStates(const Options& options, std::vector<std::string>& deaths) {
+    if (options.teardown) {
+        insertState<TeardownLog>(deaths);
+    }
+    insertState<Console>(std::cerr, !options.trace && isatty(STDERR_FILENO) != 0);
+    insertState<Dictionary>();
+    insertState<RunSummary>();
+}
+
+void writeReport(std::vector<OpenProject>& projects) {
+    for (OpenProject& project : projects) {
+        const tav::management::thisthread::ContextActivator activator(project.context);
+        writeProject(std::cout);
+    }
+    writeTotals(std::cout, projects.size());
+}
+
+int analyse(const Options& options, std::vector<std::string>& deaths) {
+    tav::management::Context<tav::scope::Process> process;
+    insertRunStates(options, deaths);
+    std::vector<OpenProject> projects = openProjects(process, options.directories);
+    analyseProjects(projects, threadsFor(options));
+    state<Console>().endProgress();
+    writeReport(projects);
+    closeProjects(projects);
+    return state<RunSummary>().totals().problems == 0 ? success : incomplete;
+}
+
+int runAnalysis(const Options& options) {
+    std::vector<std::string> deaths;  // outlives every context
+    const int status = analyse(options, deaths);
+    if (options.teardown) {
+        writeTeardown(std::cout, deaths);
+    }
+    return status;
+}
+
+void writeMisuseNames(std::ostream& out) {
+    for (const std::string_view name : misuseNames()) {
+        out << name << '\n';
+    }
+}
+
+int runMisuse(const std::string& name) {
+    if (name == "list") {
+        writeMisuseNames(std::cout);
+        return success;
+    }
+    const tav::ErrorInfo info = provoke(name);
+    std::cout << "message: " << info.m_message << "\nfile: " << info.m_file << "\nline: " << info.m_line
+              << "\nfunction: " << info.m_function << '\n';
+    return success;
+}
+
+int run(const Options& options) {
+    if (options.help) {
+        std::cout << usage;
+        return success;
+    }
+    setUpTrace(options.trace);
+    return options.misuse ? runMisuse(*options.misuse) : runAnalysis(options);
+}
+
+int runChecked(const std::vector<std::string>& arguments) {
+    const int status = run(parseOptions(arguments));
+    if (!std::cout.flush()) {
+        throw std::runtime_error("cannot write to standard output");
+    }
+    return status;
+}
+
+}  // namespace
+
+}  // namespace text_host
+
+int main(int argc, char** argv) {
+    using namespace text_host;
+    try {
+        return runChecked(std::vector<std::string>(argv + 1, argv + argc));
+    } catch (const UsageError& error) {
+        std::cerr << "text_host: " << error.what() << "\n\n" << usage;
+        return wrongUsage;
+    } catch (const UnknownMisuse& error) {
+        std::cerr << "text_host: " << error.what() << "; there are\n";
+        writeMisuseNames(std::cerr);
+        return wrongUsage;
+    } catch (const std::exception& error) {
+        std::cerr << "text_host: " << error.what() << '\n';
+        return incomplete;
+    }
+}

@@ -1,0 +1,123 @@
+#include "options.h"
+
+#include <charconv>
+#include <span>
+
+namespace text_host {
+
+const std::string_view usage =
+    "usage: text_host [--threads N] [--teardown] [--trace] DIR...\n"
+    "       text_host [--trace] --misuse NAME|list\n"
+    "       text_host --help\n"
+    "\n"
+    "Counts the words of every text file below each DIR, which is a project of its own.\n"
+    "\n"
+    "  --threads N    work on N projects at a time (1 to 256; default: as many as there are\n"
+    "                 projects and processors, at most 4)\n"
+    "  --teardown     show the order in which the states died\n"
+    "  --trace        show the library's diagnostic trace on standard error\n"
+    "  --misuse NAME  misuse the library on purpose and show what its error handler gets;\n"
+    "                 'list' lists the names\n"
+    "\n"
+    "Exit status: 0 when everything was read, 1 when something was not, 2 for a wrong command line.\n";
+
+namespace {
+
+constexpr std::size_t mostThreads = 256;
+
+std::size_t parseThreads(const std::string& text) {
+    std::size_t threads = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, threads);
+    if (error != std::errc() || rest != end || threads < 1 || threads > mostThreads) {
+        throw UsageError("--threads takes a number from 1 to 256, not '" + text + "'");
+    }
+    return threads;
+}
+
+class Parser {
+public:
+    explicit Parser(std::span<const std::string> arguments) : m_rest(arguments) {}
+
+    Options parse() {
+        while (!m_rest.empty()) {
+            parseArgument(take());
+        }
+        check();
+        return std::move(m_options);
+    }
+
+private:
+    std::string take() {
+        std::string argument = m_rest.front();
+        m_rest = m_rest.subspan(1);
+        return argument;
+    }
+
+    void parseArgument(const std::string& argument) {
+        if (argument == "--") {
+            m_options.directories.insert(m_options.directories.end(), m_rest.begin(), m_rest.end());
+            m_rest = {};
+        } else if (argument.starts_with('-') && argument != "-") {
+            parseOption(argument);
+        } else {
+            m_options.directories.emplace_back(argument);
+        }
+    }
+
+    void parseOption(const std::string& argument) {
+        const std::size_t equals = argument.find('=');
+        const std::string name = argument.substr(0, equals);
+        if (name == "--threads") {
+            m_options.threads = parseThreads(value(argument, equals));
+        } else if (name == "--misuse") {
+            m_options.misuse = value(argument, equals);
+        } else {
+            flag(argument) = true;
+        }
+    }
+
+    std::string value(const std::string& argument, std::size_t equals) {
+        if (equals != std::string::npos) {
+            return argument.substr(equals + 1);
+        }
+        if (m_rest.empty()) {
+            throw UsageError(argument + " takes a value");
+        }
+        return take();
+    }
+
+    bool& flag(const std::string& argument) {
+        if (argument == "--help") {
+            return m_options.help;
+        }
+        if (argument == "--teardown") {
+            return m_options.teardown;
+        }
+        if (argument == "--trace") {
+            return m_options.trace;
+        }
+        throw UsageError("unknown option '" + argument + "'");
+    }
+
+    void check() const {
+        if (m_options.help) {
+            return;
+        }
+        if (!m_options.misuse && m_options.directories.empty()) {
+            throw UsageError("no DIR given");
+        }
+        if (m_options.misuse && !m_options.directories.empty()) {
+            throw UsageError("--misuse takes no DIR");
+        }
+    }
+
+    std::span<const std::string> m_rest;
+    Options m_options;
+};
+
+}  // namespace
+
+Options parseOptions(const std::vector<std::string>& arguments) { return Parser(arguments).parse(); }
+
+}  // namespace text_host
