@@ -11,9 +11,7 @@ namespace {
 
 constinit std::atomic<bool> terminatesOnFailedAssertion{true};
 
-const char* orUnknown(const char* text) {
-    return text ? text : "(unknown)";
-}
+const char* orUnknown(const char* text) { return text ? text : "(unknown)"; }
 
 // One formatted write holds the stream's lock from beginning to end and takes no memory from the heap.
 [[noreturn]] void reportAndAbort(const char* label, const char* text, const char* file, int line,
@@ -34,9 +32,7 @@ void terminate(const char* expression, const char* file, int line, const char* f
     reportAndAbort("assertion failed: ", orUnknown(expression), file, line, function);
 }
 
-bool fl_diag_terminate() noexcept {
-    return terminatesOnFailedAssertion.load(std::memory_order_relaxed);
-}
+bool fl_diag_terminate() noexcept { return terminatesOnFailedAssertion.load(std::memory_order_relaxed); }
 
 void set_fl_diag_terminate(bool terminates) noexcept {
     terminatesOnFailedAssertion.store(terminates, std::memory_order_relaxed);
@@ -44,9 +40,7 @@ void set_fl_diag_terminate(bool terminates) noexcept {
 
 namespace detail {
 
-std::string demangle_typeid_name(const char* name, bool) {
-    return boost::core::demangle(name);
-}
+std::string demangle_typeid_name(const char* name, bool) { return boost::core::demangle(name); }
 
 }  // namespace detail
 

@@ -57,12 +57,8 @@ void appendUtf16(std::u16string& text, char32_t codePoint) {
     }
 }
 
-bool isHighSurrogate(char16_t unit) {
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-bool isLowSurrogate(char16_t unit) {
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
+bool isHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool isLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 char32_t readUtf16(std::u16string_view text, std::size_t& position) {
     const char16_t unit = text[position++];
@@ -107,12 +103,9 @@ std::string toUtf8(std::u16string_view text) {
 IException::IException() noexcept = default;
 
 // The text stays behind: copying must not throw, and the copy makes its own when asked.
-IException::IException(const IException& other) noexcept : clone_base(other), boost::exception(other) {
-}
+IException::IException(const IException& other) noexcept : clone_base(other), boost::exception(other) {}
 
-IException::~IException() noexcept {
-    delete m_text.load(std::memory_order_acquire);
-}
+IException::~IException() noexcept { delete m_text.load(std::memory_order_acquire); }
 
 // An exception can be in flight on several threads at once through std::exception_ptr. Each may make the text; the
 // first to put it down wins, and the others take that one.
@@ -130,9 +123,7 @@ const char* IException::what() const noexcept {
     }
 }
 
-std::u16string IException::message() const {
-    return u"Unknown exception";
-}
+std::u16string IException::message() const { return u"Unknown exception"; }
 
 std::u16string IException::convert_str(const std::string& text) {
     std::u16string result;

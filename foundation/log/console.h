@@ -23,7 +23,8 @@
 /// The functions may be called, and records be written, from any number of threads at once. Lines don't interleave,
 /// and their times don't go back unless the system's clock does.
 /// ## Errors
-/// A line that can't be written (the disk is full, standard error is closed) is lost silently.
+/// A line that can't be written (the disk is full, standard error is closed) is lost silently. Composing a line may
+/// throw `std::bad_alloc`, out of the push of the record.
 /// ## Lifetime
 /// The Boost.Log core owns the sinks; `boost::log::core::get()->remove_all_sinks()` removes them, and closes the file.
 /// Each line is in the hands of the operating system when the record has been pushed.

@@ -102,20 +102,15 @@ public:
 
 // Boost.Log's own severity attribute reads the thread's slot whenever a sink asks; a record that is pushed later would
 // show the severity of another. This one reads it when the record is opened.
-unsigned currentSeverity() {
-    return static_cast<unsigned>(boost::log::sources::aux::get_severity_level());
-}
+unsigned currentSeverity() { return static_cast<unsigned>(boost::log::sources::aux::get_severity_level()); }
 
 }  // namespace
 
 namespace detail {
 
-indent_attribute::indent_attribute() : attribute(new IndentationSource) {
-}
+indent_attribute::indent_attribute() : attribute(new IndentationSource) {}
 
-void indent_attribute::increase() noexcept {
-    ++indentationDepth;
-}
+void indent_attribute::increase() noexcept { ++indentationDepth; }
 
 void indent_attribute::decrease() noexcept {
     if (indentationDepth > 0) --indentationDepth;

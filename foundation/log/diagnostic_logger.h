@@ -27,9 +27,11 @@
 ///     boost::log::record record = logger.core()->open_record(logger.attributes());
 ///     lock.unlock();
 ///     if (record) {
-///         boost::log::record_ostream stream(record);
-///         stream << "pages=" << index.pages();
-///         stream.flush();
+///         {
+///             boost::log::record_ostream stream(record);  // flushed and gone before the push
+///             stream << "pages=" << index.pages();
+///             stream.flush();
+///         }
 ///         logger.core()->push_record(std::move(record));
 ///     }
 /// }
@@ -72,9 +74,9 @@ public:
     void decrease() noexcept;
 };
 
-/// The text of the exception in flight and of those nested in it (`std::nested_exception`), from the outermost to the
-/// innermost, joined by line ends: `what()` of host exceptions and of standard ones, "Unknown exception" for any other.
-/// Empty when there is no exception in flight.
+/// The text of the exception in flight, the one that the innermost active handler of this thread has caught, and of
+/// those nested in it (`std::nested_exception`), from the outermost to the innermost, joined by line ends: `what()` of
+/// host exceptions and of standard ones, "Unknown exception" for any other. Empty outside handlers.
 ///
 /// @throws std::bad_alloc
 FOUNDATION_LOG_EXPORT std::string current_exception_chain_as_string();

@@ -88,9 +88,7 @@ protected:
 };
 
 // Failed assertions end the process unless somebody says otherwise.
-TEST_F(FlDiagTerminate, IsTrueAtStart) {
-    EXPECT_TRUE(fl_diag_terminate());
-}
+TEST_F(FlDiagTerminate, IsTrueAtStart) { EXPECT_TRUE(fl_diag_terminate()); }
 
 // The switch works both ways, and for all threads.
 TEST_F(FlDiagTerminate, FollowsTheSwitch) {
