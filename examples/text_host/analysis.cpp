@@ -23,8 +23,8 @@ void countWord(WordCounts& document, const std::string& word) {
 }  // namespace
 
 void countWords() {
-    const Document& document = state<Document>();
-    WordCounts& counts = insertState<WordCounts>(document.path);
+    const auto& document = state<Document>();
+    auto& counts = insertState<WordCounts>(document.path);
     std::string_view rest = document.text;
     for (std::string word; takeWord(rest, word);) {
         countWord(counts, word);
@@ -32,9 +32,9 @@ void countWords() {
 }
 
 void indexDocument() {
-    const WordCounts& document = state<WordCounts>();
+    const auto& document = state<WordCounts>();
     const std::uint64_t bytes = state<Document>().text.size();
-    ProjectIndex& index = state<ProjectIndex>();
+    auto& index = state<ProjectIndex>();
     ++index.documents;
     index.words += document.words;
     index.bytes += bytes;

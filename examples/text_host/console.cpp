@@ -21,7 +21,7 @@ void Console::showProgress(std::uint64_t documents, std::uint64_t words) {
     }
     m_nextProgress = now + m_interval;
     clearLineNoLock();
-    m_out << documents << " documents, " << words << " words" << std::flush;
+    m_out << "documents: " << documents << "  words: " << words << std::flush;
     m_isLineShown = true;
 }
 

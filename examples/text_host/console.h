@@ -33,7 +33,7 @@ public:
     /// Takes the progress off the terminal, to make room for what follows.
     void endProgress();
 
-    std::string label() const { return "Console"; }
+    static std::string label() { return "Console"; }
 
 private:
     using Clock = std::chrono::steady_clock;

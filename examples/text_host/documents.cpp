@@ -15,8 +15,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t binaryTestSize = 8 * 1024;
-constexpr std::size_t blockSize = 64 * 1024;  // at least binaryTestSize: the first block decides
+constexpr std::size_t binaryTestSize = std::size_t{8} * 1024;
+constexpr std::size_t blockSize = std::size_t{64} * 1024;  // at least binaryTestSize: the first block decides
 
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 

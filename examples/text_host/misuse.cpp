@@ -25,7 +25,7 @@ namespace {
 // Carries the report out of the failing call.
 class Reported : public std::exception {
 public:
-    explicit Reported(const ErrorInfo& info) : m_info(info) {}
+    explicit Reported(const ErrorInfo& info) : m_info(info) {}  // NOLINT(modernize-pass-by-value): its move copies
     const ErrorInfo& info() const { return m_info; }
     const char* what() const noexcept override { return m_info.m_message.c_str(); }
 
@@ -101,7 +101,7 @@ void insertTwice() {
 }
 
 void insertAfterShutdown() {
-    setenv("KV_TAV_STRICT_SHUTDOWN", "1", 1);
+    setenv("KV_TAV_STRICT_SHUTDOWN", "1", 1);  // NOLINT(concurrency-mt-unsafe): no other thread runs yet
     ProcessContext process;
     process.shutdown();
     insertState<Dictionary>();
@@ -137,6 +137,7 @@ constexpr std::array misuses = {
 
 std::vector<std::string_view> misuseNames() {
     std::vector<std::string_view> names;
+    names.reserve(misuses.size());
     for (const Misuse& misuse : misuses) {
         names.push_back(misuse.name);
     }
@@ -144,8 +145,7 @@ std::vector<std::string_view> misuseNames() {
 }
 
 ErrorInfo provoke(std::string_view name) {
-    const auto misuse =
-        std::find_if(misuses.begin(), misuses.end(), [name](const Misuse& m) { return m.name == name; });
+    const auto* const misuse = std::ranges::find(misuses, name, &Misuse::name);
     if (misuse == misuses.end()) {
         throw UnknownMisuse("there is no misuse '" + std::string(name) + "'");
     }

@@ -21,7 +21,7 @@ void writeRow(std::ostream& out, std::string_view label, std::uint64_t number) {
 }  // namespace
 
 void writeProject(std::ostream& out) {
-    const ProjectIndex& index = state<ProjectIndex>();
+    const auto& index = state<ProjectIndex>();
     out << printable(index.directory) << '\n';
     writeRow(out, "documents", index.documents);
     writeRow(out, "words", index.words);

@@ -51,7 +51,7 @@ State* findState() {
 template <class State>
 void deleteState(void* address) {
     const std::unique_ptr<State> object(static_cast<State*>(address));
-    if (TeardownLog* const log = findState<TeardownLog>()) {
+    if (auto* const log = findState<TeardownLog>()) {
         log->add(scopeName<typename State::Scope>, object->label());
     }
 }

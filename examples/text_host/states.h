@@ -45,7 +45,7 @@ public:
     /// The number of different words.
     std::size_t size() const;
 
-    std::string label() const { return "Dictionary"; }
+    static std::string label() { return "Dictionary"; }
 
 private:
     mutable std::mutex m_mutex;
@@ -72,7 +72,7 @@ public:
     void addProblem();
     Totals totals() const;
 
-    std::string label() const { return "RunSummary"; }
+    static std::string label() { return "RunSummary"; }
 
 private:
     mutable std::mutex m_mutex;

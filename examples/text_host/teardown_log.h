@@ -15,7 +15,7 @@ namespace tav = foundation::tav;
 
 /// What a scope is called in the teardown list.
 template <class Scope>
-inline constexpr std::string_view scopeName = "";
+inline constexpr std::string_view scopeName{};
 template <>
 inline constexpr std::string_view scopeName<tav::scope::Process> = "Process";
 template <>
@@ -40,7 +40,7 @@ public:
     ~TeardownLog();
 
     void add(std::string_view scope, std::string_view label);
-    std::string label() const { return "TeardownLog"; }
+    static std::string label() { return "TeardownLog"; }
 
 private:
     std::mutex m_mutex;

@@ -20,8 +20,8 @@ bool isCommoner(const WordCount& a, const WordCount& b) {
 }  // namespace
 
 bool takeWord(std::string_view& text, std::string& word) {
-    const auto begin = std::find_if(text.begin(), text.end(), isLetter);
-    const auto end = std::find_if_not(begin, text.end(), isLetter);
+    const std::string_view::iterator begin = std::find_if(text.begin(), text.end(), isLetter);
+    const std::string_view::iterator end = std::find_if_not(begin, text.end(), isLetter);
     word.resize(static_cast<std::size_t>(end - begin));
     std::transform(begin, end, word.begin(), lowerCase);
     text.remove_prefix(static_cast<std::size_t>(end - text.begin()));

@@ -8,8 +8,6 @@ IgnoredAssertions::IgnoredAssertions() : m_previous(core::diag::fl_diag_terminat
     core::diag::set_fl_diag_terminate(false);
 }
 
-IgnoredAssertions::~IgnoredAssertions() {
-    core::diag::set_fl_diag_terminate(m_previous);
-}
+IgnoredAssertions::~IgnoredAssertions() { core::diag::set_fl_diag_terminate(m_previous); }
 
 }  // namespace foundation::tests

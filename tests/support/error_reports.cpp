@@ -18,17 +18,14 @@ std::vector<Reported> notedReports;
 }  // namespace
 
 Reported::Reported(const tav::ErrorInfo& info)
-    : message(info.m_message), file(info.m_file), line(info.m_line), function(info.m_function) {
-}
+    : message(info.m_message), file(info.m_file), line(info.m_line), function(info.m_function) {}
 
 ThrowingErrorHandler::ThrowingErrorHandler() : m_previous(tav::setErrorHandler(&noteAndThrow)) {
     const std::lock_guard lock(reportsMutex);
     notedReports.clear();
 }
 
-ThrowingErrorHandler::~ThrowingErrorHandler() {
-    tav::setErrorHandler(m_previous);
-}
+ThrowingErrorHandler::~ThrowingErrorHandler() { tav::setErrorHandler(m_previous); }
 
 std::vector<Reported> ThrowingErrorHandler::reports() const {
     const std::lock_guard lock(reportsMutex);

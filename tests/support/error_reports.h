@@ -66,10 +66,9 @@ Reported reportOf(Operation&& operation) {
 template <class Message, class Function>
 auto isReport(const Message& message, const Function& function) {
     using testing::Field;
-    return testing::AllOf(Field("message", &Reported::message, message),
-                          Field("file", &Reported::file, "foundation/tav/management.cpp"),
-                          Field("line", &Reported::line, testing::Gt(0)),
-                          Field("function", &Reported::function, function));
+    return testing::AllOf(
+        Field("message", &Reported::message, message), Field("file", &Reported::file, "foundation/tav/management.cpp"),
+        Field("line", &Reported::line, testing::Gt(0)), Field("function", &Reported::function, function));
 }
 
 }  // namespace foundation::tests

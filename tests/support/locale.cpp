@@ -14,11 +14,8 @@ protected:
 }  // namespace
 
 DigitGroupingLocale::DigitGroupingLocale()
-    : m_previous(std::locale::global(std::locale(std::locale::classic(), new SingleDigits))) {
-}
+    : m_previous(std::locale::global(std::locale(std::locale::classic(), new SingleDigits))) {}
 
-DigitGroupingLocale::~DigitGroupingLocale() {
-    std::locale::global(m_previous);
-}
+DigitGroupingLocale::~DigitGroupingLocale() { std::locale::global(m_previous); }
 
 }  // namespace foundation::tests

@@ -76,19 +76,11 @@ RecordingSink::RecordingSink() : m_sink(std::make_shared<Sink>()) {
     boost::log::core::get()->add_sink(notOwning(*m_sink));
 }
 
-RecordingSink::~RecordingSink() {
-    boost::log::core::get()->remove_sink(notOwning(*m_sink));
-}
+RecordingSink::~RecordingSink() { boost::log::core::get()->remove_sink(notOwning(*m_sink)); }
 
-void RecordingSink::fail(SinkFailure failure) {
-    m_sink->fail(failure);
-}
-unsigned RecordingSink::failures() const {
-    return m_sink->failures();
-}
-std::vector<Record> RecordingSink::take() {
-    return m_sink->take();
-}
+void RecordingSink::fail(SinkFailure failure) { m_sink->fail(failure); }
+unsigned RecordingSink::failures() const { return m_sink->failures(); }
+std::vector<Record> RecordingSink::take() { return m_sink->take(); }
 
 class NullSink::Sink : public boost::log::sinks::sink {
 public:
@@ -98,20 +90,14 @@ public:
     void flush() override {}
 };
 
-NullSink::NullSink() : m_sink(std::make_shared<Sink>()) {
-    boost::log::core::get()->add_sink(notOwning(*m_sink));
-}
+NullSink::NullSink() : m_sink(std::make_shared<Sink>()) { boost::log::core::get()->add_sink(notOwning(*m_sink)); }
 
-NullSink::~NullSink() {
-    boost::log::core::get()->remove_sink(notOwning(*m_sink));
-}
+NullSink::~NullSink() { boost::log::core::get()->remove_sink(notOwning(*m_sink)); }
 
 ScopedMask::ScopedMask(unsigned mask) : m_previous(log::severity_mask(tavChannel)) {
     log::set_severity_mask(tavChannel, mask);
 }
 
-ScopedMask::~ScopedMask() {
-    log::set_severity_mask(tavChannel, m_previous);
-}
+ScopedMask::~ScopedMask() { log::set_severity_mask(tavChannel, m_previous); }
 
 }  // namespace foundation::tests

@@ -7,8 +7,7 @@
 namespace foundation::tests {
 
 Watchdog::Watchdog(std::string task, std::chrono::seconds limit)
-    : m_task(std::move(task)), m_thread([this, limit] { watch(limit); }) {
-}
+    : m_task(std::move(task)), m_thread([this, limit] { watch(limit); }) {}
 
 Watchdog::~Watchdog() {
     {

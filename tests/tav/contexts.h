@@ -86,6 +86,8 @@ protected:
 /// One context of each scope, all of them current on the test's thread.
 class ContextsTest : public TavTest {
 protected:
+    ~ContextsTest() noexcept override = default;  // an activator's destructor may throw, a test's may not
+
     template <class Scope>
     Context<Scope>& context() {
         if constexpr (std::is_same_v<Scope, Process>)

@@ -1,9 +1,9 @@
 #include <foundation/tav/error.h>
 
 #include <foundation/tav/context.h>
-#include <boost/format.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <boost/format.hpp>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -82,8 +82,7 @@ TEST(ErrorInfo, MovedFromRecordKeepsItsMessage) {
     }
 }
 
-void ignore(const ErrorInfo&) {
-}
+void ignore(const ErrorInfo&) {}
 
 // Installing returns what was installed before; null uninstalls.
 TEST(ErrorHandler, IsExchanged) {
@@ -99,10 +98,10 @@ TEST(ErrorHandler, IsExchanged) {
 // What the handler throws leaves the failing call; the record lacks the closing sentence.
 TEST(ErrorHandler, LeavesTheFailingCallByThrowing) {
     const ThrowingErrorHandler handler;
-    EXPECT_THAT(
-        tests::reportOf(&activateShutDownContext),
-        tests::isReport(shutDownMessage, "foundation::tav::management::Context<struct foundation::tav::scope::Process>"
-                                         "::activate"));
+    EXPECT_THAT(tests::reportOf(&activateShutDownContext),
+                tests::isReport(shutDownMessage,
+                                "foundation::tav::management::Context<struct foundation::tav::scope::Process>"
+                                "::activate"));
     EXPECT_EQ(handler.reports().size(), 1u);
 }
 
@@ -139,9 +138,9 @@ TEST(ErrorHandler, MayInstallAnotherOne) {
     EXPECT_EQ(getErrorHandler(), &ignore);
 }
 
-const auto terminationReport = AllOf(HasSubstr(std::string(shutDownMessage) + closingSentence),
-                                     HasSubstr("foundation/tav/management.cpp"),
-                                     HasSubstr("Context<struct foundation::tav::scope::Process>::activate"));
+const auto terminationReport =
+    AllOf(HasSubstr(std::string(shutDownMessage) + closingSentence), HasSubstr("foundation/tav/management.cpp"),
+          HasSubstr("Context<struct foundation::tav::scope::Process>::activate"));
 
 // Without a handler the process ends, with the whole message.
 TEST(ErrorHandlerDeathTest, NoneEndsTheProcess) {

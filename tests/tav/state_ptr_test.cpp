@@ -12,9 +12,7 @@ static_assert(std::is_same_v<StateDeleter, void (*)(void*)>);
 static_assert(std::is_same_v<StatePtr, std::unique_ptr<void, StateDeleter>>);
 static_assert(!std::is_copy_constructible_v<StatePtr> && std::is_nothrow_move_constructible_v<StatePtr>);
 
-void countDeath(void* deaths) {
-    ++*static_cast<int*>(deaths);
-}
+void countDeath(void* deaths) { ++*static_cast<int*>(deaths); }
 
 // The deleter gets the object's own address, once, wherever the object has been moved.
 TEST(StatePtr, DeletesItsObjectOnce) {

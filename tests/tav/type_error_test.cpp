@@ -2,10 +2,10 @@
 
 #include <foundation/core/except.h>
 #include <foundation/tav/detail.h>
-#include <boost/exception/exception.hpp>
-#include <exception>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <boost/exception/exception.hpp>
+#include <exception>
 #include <memory>
 #include <stdexcept>
 #include <type_traits>
@@ -28,12 +28,10 @@ static_assert(std::is_base_of_v<std::runtime_error, TypeError>);
 static_assert(!std::is_constructible_v<TypeError, std::string_view, const std::type_info&>);
 
 template <class Error>
-constexpr bool isConcreteTypeError = std::is_base_of_v<TypeError, Error> && !std::is_abstract_v<Error> &&
-                                     std::is_nothrow_copy_constructible_v<Error> &&
-                                     std::is_nothrow_copy_assignable_v<Error> &&
-                                     std::is_nothrow_destructible_v<Error> &&
-                                     std::is_constructible_v<Error, const std::type_info&> &&
-                                     !std::is_convertible_v<const std::type_info&, Error>;
+constexpr bool isConcreteTypeError =
+    std::is_base_of_v<TypeError, Error> && !std::is_abstract_v<Error> && std::is_nothrow_copy_constructible_v<Error> &&
+    std::is_nothrow_copy_assignable_v<Error> && std::is_nothrow_destructible_v<Error> &&
+    std::is_constructible_v<Error, const std::type_info&> && !std::is_convertible_v<const std::type_info&, Error>;
 static_assert(isConcreteTypeError<DoesNotExistTypeError> && isConcreteTypeError<NoActiveContextTypeError>);
 
 constexpr const char* doesNotExistMessage =

@@ -1,6 +1,6 @@
-#include <cstdio>
 #include <foundation/tav/context_activator.h>
 #include <foundation/tav/detail.h>
+#include <cstdio>
 
 int main() {
     using namespace foundation::tav;

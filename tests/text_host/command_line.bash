@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# A command line that makes no sense is answered with what is wrong and the usage.
+# shellcheck source-path=SCRIPTDIR source=support.bash
+source "$(dirname "${BASH_SOURCE[0]}")/support.bash"
+
+usage() {
+    cat <<'END'
+usage: text_host [--threads N] [--teardown] [--trace] DIR...
+       text_host [--trace] --misuse NAME|list
+       text_host --help
+
+Counts the words of every text file below each DIR, which is a project of its own.
+
+  --threads N    work on N projects at a time (1 to 256; default: as many as there are
+                 projects and processors, at most 4)
+  --teardown     show the order in which the states died
+  --trace        show the library's diagnostic trace on standard error
+  --misuse NAME  misuse the library on purpose and show what its error handler gets;
+                 'list' lists the names
+
+Exit status: 0 when everything was read, 1 when something was not, 2 for a wrong command line.
+END
+}
+
+# refused MESSAGE ARGUMENT...
+refused() {
+    local message=$1
+    shift
+    run "$@"
+    expect_status 2
+    : | expect_stdout
+    { printf 'text_host: %s\n\n' "$message"; usage; } | expect_stderr
+}
+
+mkdir -- -dashed
+echo word >-dashed/file
+
+refused 'no DIR given'
+refused 'no DIR given' --teardown
+refused "unknown option '--treads'" --treads 2 ./-dashed
+refused "unknown option '-dashed'" -dashed
+refused "unknown option '--teardown=yes'" --teardown=yes ./-dashed
+refused '--threads takes a value' --threads
+refused "--threads takes a number from 1 to 256, not '0'" --threads 0 ./-dashed
+refused '--misuse takes a value' --misuse
+refused '--misuse takes no DIR' --misuse list ./-dashed
+
+run --help
+expect_status 0
+usage | expect_stdout
+: | expect_stderr
+
+run -- -dashed
+expect_status 0
+: | expect_stderr
+[ "$(head -n 1 "$work/stdout")" = -dashed ] || fail "'-- -dashed' opened no project"
