@@ -4,12 +4,11 @@
 /// The state of this host, by scope. Without the library these would be globals, parameters of nearly every function,
 /// or both.
 ///
-/// | Scope     | Lives as long as                | States, oldest first                         | Used by            |
-/// |-----------|---------------------------------|----------------------------------------------|--------------------|
-/// | Process   | the run                         | `TeardownLog`, `Console`, `Dictionary`, `RunSummary` | all threads |
-/// | Zarn      | a project is open               | `Project`, `ProjectIndex`                    | one thread at a time
-/// | | Workspace | a document is open in a project | `Document`, `WordCounts`                     | the project's
-/// thread |
+/// | Scope     | Lives as long as     | States, oldest first                                 | Used by            |
+/// |-----------|----------------------|------------------------------------------------------|--------------------|
+/// | Process   | the run              | `TeardownLog`, `Console`, `Dictionary`, `RunSummary` | all threads        |
+/// | Zarn      | a project is open    | `Project`, `ProjectIndex`                            | one thread at once |
+/// | Workspace | a document is open   | `Document`, `WordCounts`                             | the same thread    |
 ///
 /// The order of destruction is part of the design: counts refer to words that the dictionary owns, and every Workspace
 /// and Zarn state is gone before the first Process state dies.

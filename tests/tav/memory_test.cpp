@@ -73,7 +73,10 @@ Outcome failEachAllocation(Operation operation, Check check) {
         {
             const AllocationCount count(number);
             outcome = outcomeOf(operation);
-            if (!count.hasFailed()) return outcome;
+            if (!count.hasFailed()) {
+                EXPECT_GT(number, 1u) << "Nothing was allocated.";
+                return outcome;
+            }
         }
         check(outcome);
     }
