@@ -65,8 +65,8 @@ class ContextActivator;
 /// ## Re-entrancy
 /// A deleter that runs while its context is destroyed may call every operation: it finds the states that are older than
 /// its own and none that is newer, and what it inserts is destroyed too. `destroy()` of a context whose destruction is
-/// in progress, called by a deleter or another thread, returns at once and leaves the rest to the call in progress. A
-/// deleter may free the handle of its own context.
+/// in progress, or that of its last child, called by a deleter or another thread, returns at once and leaves the rest
+/// to the call in progress. A deleter may free the handle of its own context and those of its parents.
 template <class Scope>
 class FOUNDATION_TAV_EXPORT Context {
 public:

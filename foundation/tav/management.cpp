@@ -247,11 +247,11 @@ public:
     void shutdown();
     bool isShutdown() const;
 
-    /// False if a destruction in progress does the rest.
+    /// False if a destruction in progress, this context's or a child's, does the rest.
     bool destroy();
 
-    /// The handle is being freed: from now on the context goes with its last child, if it can't go at once.
-    void abandon();
+    /// The handle is being freed: the context goes with its last child, if it can't go at once.
+    void goWithLastChild();
 
     StatePtr* find(std::uint64_t typeID);
     StatePtr& insert(std::uint64_t typeID, const std::type_info& type, StatePtr&& state);
@@ -269,7 +269,7 @@ private:
     void releaseParentNoLock();
     void destroyStates(Lock& lock);
     void leaveActivationNoLock();
-    void destroyIfAbandoned();
+    void childDestroyed();
     StatePtr& insertNoLock(std::uint64_t typeID, const std::type_info& type, StatePtr&& state, const char* function);
     template <class StateScope, class Operation>
     void forEachStore(const Operation& operation);
@@ -279,9 +279,10 @@ private:
     InstanceManager m_store;
     std::uint64_t m_activations = 0;  // Zarn and Workspace: 0 or 1, barring refused activations
     State m_state = State::running;
-    bool m_isDestroying = false;  // its states are being deleted, with the lock released meanwhile
-    bool m_isAbandoned = false;   // its handle is gone
-    ChildList m_children;         // in creation order
+    bool m_isDestroying = false;       // its states are being deleted, with the lock released meanwhile
+    bool m_goesWithLastChild = false;  // nobody else will destroy it
+    ChildList m_children;              // in creation order
+    std::size_t m_dyingChildren = 0;   // no longer in the list, but with states that are still being deleted
 };
 
 /// Parent of the Process contexts and child of the Workspace contexts: pointers to it are always null.
@@ -385,6 +386,7 @@ void ContextImpl<Scope>::removeChild(const std::shared_ptr<Child>& child) {
         const auto entry = next++;
         if (*entry == child) removed.splice(removed.end(), m_children, entry);
     }
+    m_dyingChildren += removed.size();
 }
 
 template <class Scope>
@@ -435,6 +437,11 @@ bool ContextImpl<Scope>::destroy() {
         Lock lock(m_mutex);
         if (isDestroyed()) return true;
         if (m_isDestroying) return false;
+        if (m_children.empty() && m_dyingChildren > 0) {  // children before parents
+            m_state = State::shutdown;
+            m_goesWithLastChild = true;
+            return false;
+        }
         releaseParentNoLock();
         destroyStates(lock);
         // Before another thread can see the context destroyed, so that nobody finds it destroyed and active.
@@ -443,7 +450,7 @@ bool ContextImpl<Scope>::destroy() {
     }
     if constexpr (!isProcess<Scope>) {
         leaveActivationNoLock();
-        if (parent) parent->destroyIfAbandoned();
+        if (parent) parent->childDestroyed();
     }
     return true;
 }
@@ -493,17 +500,18 @@ void ContextImpl<Scope>::leaveActivationNoLock() {
 }
 
 template <class Scope>
-void ContextImpl<Scope>::abandon() {
+void ContextImpl<Scope>::goWithLastChild() {
     const std::lock_guard lock(m_mutex);
-    m_isAbandoned = true;
+    m_goesWithLastChild = true;
 }
 
-/// Called when a child is gone.
+/// The states of a child that was removed are gone.
 template <class Scope>
-void ContextImpl<Scope>::destroyIfAbandoned() {
+void ContextImpl<Scope>::childDestroyed() {
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_isAbandoned || !m_children.empty()) return;
+        --m_dyingChildren;
+        if (!m_goesWithLastChild || m_dyingChildren > 0 || !m_children.empty()) return;
     }
     destroy();
 }
@@ -683,7 +691,7 @@ template <class Scope>
 Context<Scope>::~Context() {
     if (!m_pimpl) return;
     try {
-        m_pimpl->context->abandon();
+        m_pimpl->context->goWithLastChild();
         destroy();
     } catch (...) {
         detail::trace(detail::libraryLogger, detail::errorSeverity, [](auto& stream) {
@@ -698,11 +706,11 @@ void Context<Scope>::activate() requires std::same_as<Scope, scope::Process> {
     if (isShutdown())
         detail::reportError({"Attempting to activate a shutdown process context", __FILE__, __LINE__, function});
     ContextImpl<Scope>* const context = m_pimpl->context.get();
+    context->incRef();  // counted before another thread can find it in the slot, and give the activation back
     ContextImpl<Scope>* const previous = activeProcessContext.exchange(context);
-    if (previous == context) return;
-    context->incRef();
     if (!previous) return;
     previous->decRef();
+    if (previous == context) return;
     // Reported last, deliberately: a host whose handler throws goes on with the new context.
     detail::reportError({"Another process context is currently active", __FILE__, __LINE__, function});
 }

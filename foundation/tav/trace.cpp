@@ -1,5 +1,4 @@
 #include <foundation/tav/detail/trace.h>
-#include <boost/log/attributes/attribute_name.hpp>
 #include <boost/log/sources/severity_feature.hpp>
 #include <cstdint>
 #include <mutex>
@@ -31,14 +30,10 @@ private:
 [[gnu::init_priority(101)]] log::diagnostic_logger libraryLogger("foundation::tav");
 
 boost::log::record openRecord(log::diagnostic_logger& logger, Severity severity) {
-    static const boost::log::attribute_name severityName("Severity");
     if (!logger.core()->get_logging_enabled()) return {};
     const std::lock_guard lock(logger.mutex());
     const ThreadSeverity threadSeverity(severity);
-    boost::log::record record = logger.core()->open_record(logger.attributes());
-    // A record reads its attributes when they are asked for: ask while the thread's slot holds the record's severity.
-    if (record) record[severityName];
-    return record;
+    return logger.core()->open_record(logger.attributes());  // reads the slot
 }
 
 }  // namespace foundation::tav::detail

@@ -463,6 +463,40 @@ TEST_P(HandleOrderTest, ChildrenDieBeforeParentsWhileCurrent) {
     EXPECT_FALSE(Detail<Workspace>::isRequiredContextActive());
 }
 
+// The same while a Workspace context is being destroyed: a deleter of its states frees all handles.
+TEST_P(HandleOrderTest, ChildrenDieBeforeParentsWhenADeleterFreesTheHandles) {
+    fill();
+    {
+        ContextActivator activator(*handles.workspace);
+        put<Workspace>(1, "newer workspace", [this] { freeAll(); });
+    }
+    handles.workspace->destroy();
+    EXPECT_THAT(log.deaths(), ElementsAre("newer workspace", "workspace", "newer zarn", "older zarn", "process"));
+    EXPECT_FALSE(Detail<Process>::isRequiredContextActive());
+}
+
+// A parent that is destroyed while its last child is dying waits for it, refuses new children, and goes with it.
+TEST_F(ContextTest, GoesWithItsLastChild) {
+    Context<Process> process;
+    Context<Zarn> zarn(process);
+    Detail<Process>::insert(0, typeid(Widget), log.state("process"));
+    {
+        ContextActivator activator(zarn);
+        put<Zarn>(0, "older zarn", [&] { EXPECT_TRUE(has<Process>(0)); });
+        put<Zarn>(1, "newer zarn", [&] {
+            process.destroy();
+            EXPECT_TRUE(process.isShutdown());
+            EXPECT_TRUE(process.isActive());
+            const auto makeChild = [&] { Context<Zarn> late(process); };
+            EXPECT_THAT(reportOf(makeChild), isReport("Attempting to create a child of a shutdown context.",
+                                                      contextMember<Process>("createChild")));
+        });
+    }
+    zarn.destroy();
+    EXPECT_THAT(log.deaths(), ElementsAre("newer zarn", "older zarn", "process"));
+    EXPECT_FALSE(process.isActive());
+}
+
 INSTANTIATE_TEST_SUITE_P(Orders, HandleOrderTest,
                          testing::Values(std::array{0, 1, 2}, std::array{0, 2, 1}, std::array{1, 0, 2},
                                          std::array{1, 2, 0}, std::array{2, 0, 1}, std::array{2, 1, 0}));

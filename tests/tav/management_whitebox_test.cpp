@@ -264,11 +264,13 @@ protected:
     StatePtr stray = log.state("stray");
 };
 
+// Callers look before they insert: a second state of one id is a fault of theirs.
 TEST_F(InstanceManagerDeathTest, ChecksThatAnInsertionsSlotIsEmpty) {
     put(3, "first");
     EXPECT_DEATH(put(3, "second"), assertionFailed("m_items[typeID] == nullptr", "InstanceManager::insert"));
 }
 
+// A slot that points to no node of the list is found out by who extracts it.
 TEST_F(InstanceManagerDeathTest, ChecksThatAnExtractedSlotHasANode) {
     const auto extractStray = [this] {
         put(3, "state");
@@ -278,6 +280,7 @@ TEST_F(InstanceManagerDeathTest, ChecksThatAnExtractedSlotHasANode) {
     EXPECT_DEATH(extractStray(), assertionFailed("iter != m_list.end()", "InstanceManager::extract"));
 }
 
+// A lost slot is found out by the destruction before it begins.
 TEST_F(InstanceManagerDeathTest, ChecksThatNodesAndSlotsAreOfOneNumber) {
     const auto destroyWithLostSlot = [this] {
         put(3, "state");
@@ -288,6 +291,7 @@ TEST_F(InstanceManagerDeathTest, ChecksThatNodesAndSlotsAreOfOneNumber) {
                  assertionFailed("m_list.size() == numNonNullItems()", "InstanceManager::destroy"));
 }
 
+// An empty state, which nobody may insert, is found out by the destruction.
 TEST_F(InstanceManagerDeathTest, ChecksThatStatesOwnObjects) {
     const auto destroyEmptyState = [this] {
         store.insert(3, StatePtr(nullptr, nullptr));
@@ -296,6 +300,7 @@ TEST_F(InstanceManagerDeathTest, ChecksThatStatesOwnObjects) {
     EXPECT_DEATH(destroyEmptyState(), assertionFailed("item", "InstanceManager::destroy"));
 }
 
+// A node that no slot points to is found out even where the numbers agree.
 TEST_F(InstanceManagerDeathTest, ChecksThatNodesHaveSlots) {
     const auto destroyWithStraySlot = [this] {
         put(3, "state");
@@ -305,6 +310,7 @@ TEST_F(InstanceManagerDeathTest, ChecksThatNodesHaveSlots) {
     EXPECT_DEATH(destroyWithStraySlot(), assertionFailed("index != m_items.end()", "InstanceManager::destroy"));
 }
 
+// A slot that is left when all nodes are gone is found out at the end.
 TEST_F(InstanceManagerDeathTest, ChecksThatNoSlotIsLeft) {
     put(3, "state");
     const auto leaveStraySlot = [this] {
@@ -640,18 +646,21 @@ TEST_F(SlotTest, ZarnStepStaysMadeWhereTheWorkspaceExpires) {
 // Each invariant of contexts is checked where it matters.
 class ContextImplDeathTest : public ContextImplTest {};
 
+// Activations are given back by those who have one.
 TEST_F(ContextImplDeathTest, ChecksThatActivationsGivenBackWereThere) {
     EXPECT_DEATH(process->decRef(), assertionFailed("previous > 0", "ContextImpl<.*>::decRef"));
     EXPECT_DEATH(zarn->decRef(), assertionFailed("previous > 0", "ContextImpl<.*>::decRef"));
     EXPECT_DEATH(workspace->decRef(), assertionFailed("previous > 0", "ContextImpl<.*>::decRef"));
 }
 
+// Zarn and Workspace contexts are made with their parents.
 TEST_F(ContextImplDeathTest, ChecksThatChildrenHaveParents) {
     const auto parentFailed = assertionFailed("m_parent", "ContextImpl<.*>::ContextImpl");
     EXPECT_DEATH(std::make_shared<ContextImpl<Zarn>>(nullptr), parentFailed);
     EXPECT_DEATH(std::make_shared<ContextImpl<Workspace>>(nullptr), parentFailed);
 }
 
+// A parent is asked to remove a child, not nothing.
 TEST_F(ContextImplDeathTest, ChecksThatARemovedChildIsOne) {
     const auto childFailed = assertionFailed("child", "ContextImpl<.*>::removeChild");
     EXPECT_DEATH(process->removeChild(nullptr), childFailed);
@@ -689,6 +698,7 @@ struct ReleaseParent<Zarn> {
 };
 template struct Expose<ReleaseParent<Zarn>, &ContextImpl<Zarn>::releaseParentNoLock>;
 
+// A context leaves its parent once.
 TEST_F(ContextImplDeathTest, ChecksThatADestroyedOneIsNotDetachedAgain) {
     workspace->destroy();
     zarn->destroy();

@@ -588,8 +588,9 @@ TEST_F(TraceTest, ApplicationRecordsKeepTheirSeverity) {
         application.push_record(std::move(record));
     });
     const std::string erase = contextFunction<Process>("erase");
-    EXPECT_THAT(records, ElementsAre(entryOf(erase, stateValues(0, address<Process>())), exitOf(erase),
-                                     Record{.severity = 7, .indentation = 0, .message = "erased=false", .channel = ""}));
+    EXPECT_THAT(records,
+                ElementsAre(entryOf(erase, stateValues(0, address<Process>())), exitOf(erase),
+                            Record{.severity = 7, .indentation = 0, .message = "erased=false", .channel = ""}));
 }
 
 // Numbers are plain decimal and addresses plain whatever the global locale does to digits, also where the thread has
