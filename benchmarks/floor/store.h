@@ -1,0 +1,89 @@
+#pragma once
+
+/// @file
+/// The least that a store of states needs, written straight: a list of nodes, and a table of slots that point into it.
+
+#include <cstdint>
+#include <memory>
+#include <typeinfo>
+#include <utility>
+#include <vector>
+
+#include "export.h"
+
+namespace bench::floor {
+
+using State = std::unique_ptr<void, void (*)(void*)>;
+
+/// A place in a circular list, by itself when it is in none.
+struct Link {
+    Link() = default;
+    Link(const Link&) = delete;
+    Link& operator=(const Link&) = delete;
+
+    void insertAfter(Link& position) {
+        previous = &position;
+        next = position.next;
+        next->previous = this;
+        position.next = this;
+    }
+    void unlink() {
+        previous->next = next;
+        next->previous = previous;
+    }
+
+    Link* previous = this;
+    Link* next = this;
+};
+
+struct Node : State, Link {
+    explicit Node(State&& state) : State(std::move(state)) {}
+};
+
+class Store {
+public:
+    Store() = default;
+    Store(const Store&) = delete;
+    Store& operator=(const Store&) = delete;
+    ~Store() {
+        while (m_states.next != &m_states)
+            remove(static_cast<Node*>(m_states.next));
+    }
+
+    State* find(std::uint64_t id) {
+        if (id >= m_slotCount) [[unlikely]]
+            grow(id);
+        return m_slots[id];
+    }
+
+    State& insert(std::uint64_t id, State&& state) {
+        if (id >= m_slotCount) [[unlikely]]
+            grow(id);
+        Node* const node = new Node(std::move(state));
+        node->insertAfter(m_states);
+        m_slots[id] = node;
+        return *node;
+    }
+
+    bool erase(std::uint64_t id) {
+        State* const state = find(id);
+        if (!state) return false;
+        m_slots[id] = nullptr;
+        remove(static_cast<Node*>(state));
+        return true;
+    }
+
+private:
+    [[gnu::cold]] BENCH_FLOOR_EXPORT void grow(std::uint64_t id);
+
+    static void remove(Node* node) {
+        node->unlink();
+        delete node;
+    }
+
+    Link m_states;  // newest first
+    std::vector<State*> m_slots;
+    std::uint64_t m_slotCount = 0;
+};
+
+}  // namespace bench::floor
