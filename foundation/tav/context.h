@@ -40,7 +40,8 @@ class ContextActivator;
 /// A handle is a plain value: moving and freeing it need exclusive access. The other operations of a `Process` handle
 /// may be called from any number of threads at once, beside each other and beside state operations; those of a `Zarn`
 /// or `Workspace` handle may be called by one thread at a time. Children of one Process context may be created and
-/// destroyed on different threads at once.
+/// destroyed on different threads at once. The handle of the active context must not be freed while another thread
+/// activates or deactivates through any handle.
 /// ## Errors
 /// Misuse goes to the error handler (`error.h`). What a throwing handler leaves behind:
 /// - A refused child is released again; the parent is unchanged.
@@ -60,8 +61,9 @@ class ContextActivator;
 /// has ended before the next begins. Children come before parents whatever order the handles are freed in: freeing the
 /// handle of a context that still has children is misuse; it is reported, and the context is then destroyed when the
 /// last of its children is. A context under destruction keeps its parent alive until its own state objects are gone.
-/// The library's own data is usable from before the first static initialiser of a program until after its last static
-/// destructor, so handles may be globals.
+/// The library's own data, its trace included, is usable from before the first static initialiser of default priority
+/// until after the last static destructor of such an object (with shared libraries, of any priority), so handles may be
+/// globals.
 /// ## Re-entrancy
 /// A deleter that runs while its context is destroyed may call every operation: it finds the states that are older than
 /// its own and none that is newer, and what it inserts is destroyed too. `destroy()` of a context whose destruction is

@@ -43,8 +43,8 @@ namespace foundation::tav {
 /// Any thread may call any operation. The Process context is locked for each operation; the references and pointers
 /// returned are valid until the state is erased or its context destroyed, which the callers have to agree on. Zarn and
 /// Workspace contexts are current on one thread and not locked. One race remains by design: `eraseAll` for Zarn and
-/// Workspace reaches into contexts that may be current on other threads, and nothing keeps those threads out of them
-/// meanwhile. The Process handle must not be freed while other threads use its state.
+/// Workspace reaches into contexts that other threads may be using, creating or destroying, and nothing keeps those
+/// threads out of them meanwhile. The Process handle must not be freed while other threads use its state.
 /// ## Errors
 /// Misuse goes to the error handler (`error.h`), absence in `findOrThrow` is thrown (`type_error.h`). The state offered
 /// to an operation that fails, or that finds one present, stays with the caller. Lookups size the context's table, so

@@ -35,6 +35,7 @@
 #include <foundation/tav/type_error.h>
 #include <algorithm>
 #include <atomic>
+#include <boost/intrusive/list.hpp>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
@@ -63,7 +64,18 @@ using foundation::tav::StatePtr;
 /// The state objects of one context, found by type id and destroyed newest first. Does no locking of its own.
 class InstanceManager {
 public:
-    using StateList = std::list<StatePtr>;
+    /// A stored state, and what takes it out without a search: its slot by the id, its neighbours by the hook.
+    struct Item : StatePtr,
+                  boost::intrusive::list_base_hook<boost::intrusive::link_mode<boost::intrusive::normal_link>> {
+        Item(std::uint64_t id, StatePtr&& state) : StatePtr(std::move(state)), typeID(id) {}
+
+        const std::uint64_t typeID;
+    };
+
+    /// Owns its items.
+    struct StateList : boost::intrusive::list<Item> {
+        ~StateList() { clear_and_dispose(std::default_delete<Item>()); }
+    };
 
     InstanceManager() = default;
     InstanceManager(const InstanceManager&) = delete;
@@ -96,6 +108,7 @@ private:
     friend struct InstanceManagerPeer;  // breaks the invariants on purpose, to see them checked
 
     void grow(std::uint64_t typeID);
+    [[gnu::cold, gnu::noinline]] StatePtr* findInGrown(std::uint64_t typeID);
 
     StateList m_list;                // newest first; its nodes never move
     std::vector<StatePtr*> m_items;  // by type id: into the nodes of m_list, or null
@@ -111,10 +124,13 @@ void InstanceManager::grow(std::uint64_t typeID) {
     m_slotCount = m_items.size();
 }
 
-StatePtr* InstanceManager::find(std::uint64_t typeID) {
-    if (typeID >= m_slotCount) [[unlikely]]
-        grow(typeID);
+StatePtr* InstanceManager::findInGrown(std::uint64_t typeID) {
+    grow(typeID);
     return m_items[typeID];
+}
+
+inline StatePtr* InstanceManager::find(std::uint64_t typeID) {
+    return typeID < m_slotCount ? m_items[typeID] : findInGrown(typeID);
 }
 
 StatePtr& InstanceManager::insert(std::uint64_t typeID, StatePtr&& state) {
@@ -122,9 +138,10 @@ StatePtr& InstanceManager::insert(std::uint64_t typeID, StatePtr&& state) {
         grow(typeID);
     else
         FOUNDATION_TAV_CHECK(m_items[typeID] == nullptr);
-    m_list.push_front(std::move(state));
-    m_items[typeID] = &m_list.front();
-    return m_list.front();
+    auto* const item = new Item(typeID, std::move(state));
+    m_list.push_front(*item);
+    m_items[typeID] = item;
+    return *item;
 }
 
 StatePtr InstanceManager::extract(std::uint64_t typeID) {
@@ -134,9 +151,9 @@ StatePtr InstanceManager::extract(std::uint64_t typeID) {
 }
 
 void InstanceManager::extract(std::uint64_t typeID, StateList& extracted) {
-    StatePtr* const item = find(typeID);
+    auto* const item = static_cast<Item*>(find(typeID));
     if (!item) return;
-    const auto iter = std::find_if(m_list.begin(), m_list.end(), [item](StatePtr& state) { return &state == item; });
+    const auto iter = item->typeID == typeID ? StateList::s_iterator_to(*item) : m_list.end();
     FOUNDATION_TAV_CHECK(iter != m_list.end());
     m_items[typeID] = nullptr;
     if (iter != m_list.end()) extracted.splice(extracted.end(), m_list, iter);
@@ -151,14 +168,15 @@ template <class Callback>
 void InstanceManager::destroy(Callback&& callback) {
     FOUNDATION_TAV_CHECK(m_list.size() == numNonNullItems());
     while (!m_list.empty()) {
-        StatePtr& item = m_list.front();
+        Item& item = m_list.front();
+        const std::uint64_t typeID = item.typeID;
         FOUNDATION_TAV_CHECK(item);
-        const auto index = std::find(m_items.begin(), m_items.end(), &item);
+        const auto index =
+            m_items[typeID] == &item ? m_items.begin() + static_cast<std::ptrdiff_t>(typeID) : m_items.end();
         FOUNDATION_TAV_CHECK(index != m_items.end());
         if (index != m_items.end()) *index = nullptr;
-        const auto typeID = static_cast<std::uint64_t>(index - m_items.begin());
         StatePtr state = std::move(item);
-        m_list.pop_front();
+        m_list.pop_front_and_dispose(std::default_delete<Item>());
         callback(typeID, std::move(state));
     }
     FOUNDATION_TAV_CHECK(m_list.empty());
@@ -242,6 +260,7 @@ public:
 
     void incRef();
     void decRef();
+    ContextImpl* enterActivation();  // Process
     bool isActive() const;
     bool isDestroyed() const { return m_state == State::destroyed; }  // the caller excludes changes
     void shutdown();
@@ -266,6 +285,7 @@ private:
 
     using Lock = std::unique_lock<Mutex>;
 
+    void incRefNoLock();
     void releaseParentNoLock();
     void destroyStates(Lock& lock);
     void leaveActivationNoLock();
@@ -295,9 +315,11 @@ class ContextImpl<NoScope>;
 /// Holds one activation of the context, and no share of it.
 constinit std::atomic<ContextImpl<scope::Process>*> activeProcessContext = nullptr;
 
-/// The thread's current context; shared by the activator that installed it, for as long as the slot may hold it.
+/// The thread's current context; shared by the activator that installed it, for as long as the slot may hold it. At a
+/// fixed distance from the thread pointer, even in a shared library: two pointers fit into what the loader sets aside
+/// for libraries that are loaded late.
 template <class Scope>
-constinit thread_local ContextImpl<Scope>* currentContext = nullptr;
+[[gnu::tls_model("initial-exec")]] constinit thread_local ContextImpl<Scope>* currentContext = nullptr;
 
 /// The context that state operations of a scope work on, or null.
 template <class Scope>
@@ -392,6 +414,11 @@ void ContextImpl<Scope>::removeChild(const std::shared_ptr<Child>& child) {
 template <class Scope>
 void ContextImpl<Scope>::incRef() {
     const std::lock_guard lock(m_mutex);
+    incRefNoLock();
+}
+
+template <class Scope>
+void ContextImpl<Scope>::incRefNoLock() {
     if (m_state == State::destroyed)
         detail::reportError({"Attempting to activate a destroyed context", __FILE__, __LINE__,
                              memberName<"(anonymous namespace)::ContextImpl", Scope, "incRef">});
@@ -401,6 +428,17 @@ void ContextImpl<Scope>::incRef() {
             {"Non-concurrent context activated by more than one thread. Only contexts with 'Process' "
              "scope can be activated by multiple threads.",
              __FILE__, __LINE__, memberName<"(anonymous namespace)::ContextImpl", Scope, "incRef">});
+}
+
+/// Takes the process's slot and counts that, in one step for those who destroy the context or give the activation back.
+/// Returns who had the slot.
+template <class Scope>
+auto ContextImpl<Scope>::enterActivation() -> ContextImpl* {
+    const std::lock_guard lock(m_mutex);
+    incRefNoLock();
+    ContextImpl* const previous = activeProcessContext.exchange(this);
+    if (previous == this) --m_activations;
+    return previous;
 }
 
 template <class Scope>
@@ -706,11 +744,9 @@ void Context<Scope>::activate() requires std::same_as<Scope, scope::Process> {
     if (isShutdown())
         detail::reportError({"Attempting to activate a shutdown process context", __FILE__, __LINE__, function});
     ContextImpl<Scope>* const context = m_pimpl->context.get();
-    context->incRef();  // counted before another thread can find it in the slot, and give the activation back
-    ContextImpl<Scope>* const previous = activeProcessContext.exchange(context);
-    if (!previous) return;
+    ContextImpl<Scope>* const previous = context->enterActivation();
+    if (!previous || previous == context) return;
     previous->decRef();
-    if (previous == context) return;
     // Reported last, deliberately: a host whose handler throws goes on with the new context.
     detail::reportError({"Another process context is currently active", __FILE__, __LINE__, function});
 }

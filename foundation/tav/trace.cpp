@@ -29,6 +29,10 @@ private:
 [[gnu::init_priority(101)]] log::diagnostic_logger errorLogger("foundation::tav");
 [[gnu::init_priority(101)]] log::diagnostic_logger libraryLogger("foundation::tav");
 
+// Boost.Log makes a thread's severity slot when it is first asked for, and destroys it accordingly: asked for here, the
+// main thread's outlives the globals of the program, whose destructors may still trace.
+[[gnu::init_priority(101)]] const ThreadSeverity mainThreadSeverity{Severity{}};
+
 boost::log::record openRecord(log::diagnostic_logger& logger, Severity severity) {
     if (!logger.core()->get_logging_enabled()) return {};
     const std::lock_guard lock(logger.mutex());

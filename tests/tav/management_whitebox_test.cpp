@@ -245,10 +245,10 @@ TEST_F(InstanceManagerTest, IgnoredInsertionOnTopKeepsBothStates) {
     EXPECT_THAT(log.deaths(), ElementsAre("visible", "hidden"));
 }
 
-// A slot that points nowhere, its check ignored: nothing is extracted, and the slot is cleared.
+// A slot that points to a state of another id, its check ignored: nothing is extracted, and the slot is cleared.
 TEST_F(InstanceManagerTest, IgnoredStraySlotExtractsNothing) {
     const IgnoredAssertions ignoredAssertions;
-    StatePtr stray = log.state("stray");
+    InstanceManager::Item stray(1, log.state("stray"));
     store.find(0);
     Peer::setSlot(store, 0, &stray);
     EXPECT_EQ(store.extract(0), nullptr);
@@ -261,7 +261,7 @@ class InstanceManagerDeathTest : public InstanceManagerTest {
 protected:
     void destroy() { store.destroy(InstanceManager::erase); }
 
-    StatePtr stray = log.state("stray");
+    InstanceManager::Item stray{1, log.state("stray")};  // of another id than those that are put
 };
 
 // Callers look before they insert: a second state of one id is a fault of theirs.
@@ -270,7 +270,7 @@ TEST_F(InstanceManagerDeathTest, ChecksThatAnInsertionsSlotIsEmpty) {
     EXPECT_DEATH(put(3, "second"), assertionFailed("m_items[typeID] == nullptr", "InstanceManager::insert"));
 }
 
-// A slot that points to no node of the list is found out by who extracts it.
+// A slot that points to a state of another id is found out by who extracts it.
 TEST_F(InstanceManagerDeathTest, ChecksThatAnExtractedSlotHasANode) {
     const auto extractStray = [this] {
         put(3, "state");

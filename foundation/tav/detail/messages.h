@@ -5,6 +5,8 @@
 
 #include <foundation/core/diag.h>
 #include <boost/format.hpp>
+#include <concepts>
+#include <ostream>
 #include <string>
 #include <typeinfo>
 
@@ -29,10 +31,21 @@ inline std::string getName(const std::type_info& type) {
     return core::diag::detail::demangle_typeid_name(type.name(), false);
 }
 
+/// Text that is streamed whole or not at all: a stream keeps a want of memory to itself otherwise, and leaves a hole in
+/// the message.
+struct WholeText {
+    const std::string& text;
+
+    friend std::ostream& operator<<(std::ostream& stream, const WholeText& whole) {
+        stream.exceptions(std::ios_base::badbit);
+        return stream << whole.text;
+    }
+};
+
 /// The format with its placeholders filled. Numbers are passed as text: Boost.Format would write them as the global
 /// locale groups digits.
-inline std::string formatted(const char* format, const auto&... arguments) {
-    return (boost::format(format) % ... % arguments).str();
+inline std::string formatted(const char* format, const std::same_as<std::string> auto&... arguments) {
+    return (boost::format(format) % ... % WholeText{arguments}).str();
 }
 
 }  // namespace foundation::tav::detail

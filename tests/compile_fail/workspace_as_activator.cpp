@@ -1,0 +1,16 @@
+// Making a context current takes naming the activator.
+// g++: to non-scalar type 'const foundation::tav::management::thisthread::ContextActivator' requested
+// clang++: no viable conversion from 'management::Context<scope::Workspace>' to '
+
+#include <foundation/tav/context_activator.h>
+
+using namespace foundation::tav;
+using management::thisthread::ContextActivator;
+
+void work(management::Context<scope::Workspace>& workspace) {
+#ifdef MISUSE
+    const ContextActivator activator = workspace;
+#else
+    const ContextActivator activator(workspace);
+#endif
+}

@@ -1,0 +1,15 @@
+// Zarn contexts do not nest.
+// g++: use of deleted function 'foundation::tav::management::Context<Scope>::Context(const
+// clang++: call to deleted constructor of 'const management::Context<scope::Zarn>'
+
+#include <foundation/tav/context.h>
+
+using namespace foundation::tav;
+
+#ifdef MISUSE
+using Parent = scope::Zarn;
+#else
+using Parent = scope::Process;
+#endif
+
+void open(management::Context<Parent>& parent) { const management::Context<scope::Zarn> child(parent); }

@@ -1,0 +1,25 @@
+// A global parent that ends before its global child: that is reported; the handler's exception stays in the destructor,
+// and the parent goes with its last child, after it.
+
+#include "wrong_order.h"
+
+#include "../support/recording_sink.h"
+#include "lifetime.h"
+
+namespace foundation::tests {
+namespace {
+
+const NullSink quiet;  // the report is traced, too
+std::optional<tav::management::Context<tav::scope::Zarn>> handle;
+
+}  // namespace
+
+std::optional<tav::management::Context<tav::scope::Zarn>>& zarn() { return handle; }
+
+}  // namespace foundation::tests
+
+int main() {
+    foundation::tests::installSayingHandler();
+    foundation::tests::fillContexts();
+    foundation::tests::say("main", "leaves");
+}
