@@ -1,0 +1,184 @@
+#include "execution.h"
+
+#include "comparison.h"
+#include "model.h"
+#include "world.h"
+
+#include <algorithm>
+#include <sstream>
+#include <utility>
+
+namespace foundation::tests::model {
+namespace {
+
+void addOnce(std::vector<Kind>& kinds, const Kind& kind) {
+    if (std::find(kinds.begin(), kinds.end(), kind) == kinds.end()) kinds.push_back(kind);
+}
+
+bool isReport(const Event& event) { return event.kind == Event::Kind::report; }
+
+/// What is certain where memory has run out: records are dropped that there is none for.
+std::vector<Event> withoutRecords(std::vector<Event> events) {
+    std::erase_if(events, [](const Event& event) { return event.kind == Event::Kind::record; });
+    return events;
+}
+
+/// The result of a call whose report or type error can't be composed.
+std::string withoutMessage(const std::string& result) {
+    const bool hasMessage = result.starts_with("misuse: ") || result.find("TypeError ") != std::string::npos;
+    if (!hasMessage) return result;
+    return result.ends_with(", kept") ? "bad_alloc, kept" : "bad_alloc";
+}
+
+void describe(std::ostream& stream, const std::string& result, const std::vector<Event>& events,
+              const std::string& observed) {
+    stream << "  result: " << result << '\n';
+    for (const Event& event : events)
+        if (event.kind != Event::Kind::release) stream << "  " << event << '\n';
+    for (std::istringstream lines(observed); !lines.eof();) {
+        std::string line;
+        std::getline(lines, line);
+        if (!line.empty()) stream << "  " << line << '\n';
+    }
+}
+
+class Execution {
+public:
+    explicit Execution(Coverage& coverage) : m_coverage(coverage) {}
+
+    std::optional<std::string> run(const Program& program);
+
+private:
+    enum class Origin : std::uint8_t { program, cleanup };
+
+    bool perform(const Operation& operation, Origin origin);
+    bool isAsExpected(const Effect& effect, const World::Seen& seen, const Model& after);
+    bool isAsExpectedOfFailure(const Effect& effect, const World::Seen& seen, const Model& after);
+    bool areSameButForReport(const Effect& effect, const World::Seen& seen);
+    void cleanUp();
+    void performAll(const Kind& kind);
+    void cover(const Action& action, Origin origin, const Effect& effect, const World::Seen& seen);
+    void diverge(const Effect& effect, const Model& after, const World::Seen& seen);
+
+    Coverage& m_coverage;
+    World m_world;
+    Model m_model{World::isStrict(), m_world.nextIDs()};
+    Comparison m_comparison;
+    std::ostringstream m_calls;
+    std::size_t m_count = 0;
+    std::optional<std::string> m_divergence;
+};
+
+std::optional<std::string> Execution::run(const Program& program) {
+    for (const Operation& operation : program) {
+        perform(operation, Origin::program);
+        if (m_divergence) return m_divergence;
+    }
+    cleanUp();
+    if (!m_divergence && !m_model.isClean())
+        m_divergence = m_calls.str() + "Not everything can be cleaned up:\n" + m_model.observe();
+    return m_divergence;
+}
+
+/// False if the call isn't made, since it can't be or has no defined effect.
+bool Execution::perform(const Operation& operation, Origin origin) {
+    Model after = m_model;
+    const std::optional<Action> action = after.resolve(operation);
+    if (!action) return false;
+    Model abandoned = after;
+    const Effect effect = after.perform(*action);
+    if (!effect.isDefined) return false;
+
+    // A refused activation stays counted, which shows much later only: here it must be certain how far the call came.
+    const bool isRefusedActivation = action->kind.verb >= Verb::activateNothing &&
+                                     action->kind.verb <= Verb::activateSet &&
+                                     std::any_of(effect.events.begin(), effect.events.end(), isReport);
+    const unsigned failingAllocation = canAllocationsFail && !isRefusedActivation ? operation.failingAllocation : 0;
+    m_calls << ++m_count << ". " << *action;
+    if (failingAllocation > 0) m_calls << ", allocation " << failingAllocation << " fails";
+    if (offersState(action->kind) && operation.atDeath) m_calls << ", at death " << *operation.atDeath;
+    m_calls << '\n';
+
+    const World::Seen seen = m_world.perform(*action, failingAllocation, effect.atDeath);
+    cover(*action, origin, effect, seen);
+    if (seen.hasAllocationFailed) {
+        if (!isAsExpectedOfFailure(effect, seen, after)) {
+            const Effect none = abandoned.abandon(*action);
+            if (!isAsExpectedOfFailure(none, seen, abandoned)) diverge(effect, after, seen);
+            after = std::move(abandoned);
+        }
+    } else if (!isAsExpected(effect, seen, after)) {
+        diverge(effect, after, seen);
+    }
+    m_model = std::move(after);
+    return true;
+}
+
+bool Execution::isAsExpected(const Effect& effect, const World::Seen& seen, const Model& after) {
+    return seen.result == effect.result && m_comparison.isSame(effect.events, seen.events) &&
+           m_world.observe(after.lookups()) == after.observe();
+}
+
+bool Execution::isAsExpectedOfFailure(const Effect& effect, const World::Seen& seen, const Model& after) {
+    const bool isResult = seen.result == effect.result || seen.result == withoutMessage(effect.result);
+    return isResult && areSameButForReport(effect, seen) && m_world.observe(after.lookups()) == after.observe();
+}
+
+bool Execution::areSameButForReport(const Effect& effect, const World::Seen& seen) {
+    const std::vector<Event> expected = withoutRecords(effect.events);
+    const std::vector<Event> happened = withoutRecords(seen.events);
+    if (m_comparison.isSame(expected, happened)) return true;
+    for (auto report = expected.begin(); report != expected.end(); ++report) {
+        if (!isReport(*report)) continue;
+        std::vector<Event> lessOne(expected.begin(), report);
+        lessOne.insert(lessOne.end(), report + 1, expected.end());
+        if (m_comparison.isSame(lessOne, happened)) return true;
+    }
+    return false;
+}
+
+void Execution::performAll(const Kind& kind) {
+    while (!m_divergence && perform({.call = {.kind = kind}}, Origin::cleanup)) {
+    }
+}
+
+/// Ends all objects. Activators that ended out of order leave contexts current; others in their place clear the
+/// threads' slots until the contexts are gone. What deleters construct meanwhile is for the next round.
+void Execution::cleanUp() {
+    constexpr int mostRounds = 20;
+    for (int round = 0; round < mostRounds && !m_divergence && !m_model.isClean(); ++round) {
+        performAll({Verb::freeActivator});
+        for (int thread = 0; thread < threadCount && !m_divergence; ++thread)
+            if (m_model.hasCurrent(thread))
+                perform({.call = {.kind = {Verb::activateNothing}}, .thread = thread}, Origin::cleanup);
+        performAll({Verb::freeSet});
+        for (const Scope scope : {Scope::workspace, Scope::zarn, Scope::process})
+            performAll({Verb::free, scope});
+        performAll({Verb::freeActivator});
+    }
+}
+
+void Execution::cover(const Action& action, Origin origin, const Effect& effect, const World::Seen& seen) {
+    for (const Kind& kind : effect.nested)
+        addOnce(m_coverage.nestedKinds, kind);
+    for (const Event& event : seen.events)
+        if (isReport(event)) m_coverage.reports.insert(event.text.substr(event.text.find(": ") + 2));
+    if (origin != Origin::program) return;
+    ++m_coverage.calls;
+    if (seen.hasAllocationFailed) ++m_coverage.failedAllocations;
+    addOnce(m_coverage.kinds, action.kind);
+}
+
+void Execution::diverge(const Effect& effect, const Model& after, const World::Seen& seen) {
+    m_calls << "The model says:\n";
+    describe(m_calls, effect.result, effect.events, after.observe());
+    m_calls << "The library has done:\n";
+    describe(m_calls, seen.result, seen.events, m_world.observe(after.lookups()));
+    m_divergence = m_calls.str();
+}
+
+}  // namespace
+
+std::optional<std::string> run(const Program& program, Coverage& coverage) { return Execution(coverage).run(program); }
+
+}  // namespace foundation::tests::model
