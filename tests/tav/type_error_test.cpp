@@ -91,6 +91,15 @@ TEST(NoActiveContextTypeError, NamesTheType) {
     EXPECT_STREQ(NoActiveContextTypeError(typeid(Widget)).what(), noActiveContextMessage);
 }
 
+// Assignment takes message and type here, too.
+TEST(NoActiveContextTypeError, IsAssignable) {
+    NoActiveContextTypeError error(typeid(int));
+    const NoActiveContextTypeError other(typeid(double));
+    error = other;
+    EXPECT_EQ(&error.getType(), &typeid(double));
+    EXPECT_STREQ(error.what(), other.what());
+}
+
 class ThrownTypeErrorTest : public ContextsTest {};
 
 template <class Caught>
