@@ -1,9 +1,5 @@
 // Each allocation of each operation fails in turn.
 
-#include <foundation/tav/context.h>
-#include <foundation/tav/context_activator.h>
-#include <foundation/tav/context_set.h>
-#include <foundation/tav/detail.h>
 #include <foundation/tav/error.h>
 #include <foundation/tav/type_error.h>
 #include <gtest/gtest.h>
@@ -24,22 +20,14 @@
 
 #include "../support/assertions.h"
 #include "../support/error_reports.h"
+#include "../support/names.h"
 #include "../support/recording_sink.h"
 #include "failing_allocation.h"
 
 namespace foundation::tests {
 namespace {
 
-using tav::Detail;
 using tav::ErrorInfo;
-using tav::StatePtr;
-using tav::management::Context;
-using tav::management::ContextSet;
-using tav::management::NullContext;
-using tav::management::thisthread::ContextActivator;
-using tav::scope::Process;
-using tav::scope::Workspace;
-using tav::scope::Zarn;
 
 constexpr std::uint64_t present = 0;
 constexpr std::uint64_t near = 1;      // in the tables

@@ -3,11 +3,6 @@
 /// @file
 /// What the tests of the public headers have in common.
 
-#include <foundation/tav/context.h>
-#include <foundation/tav/context_activator.h>
-#include <foundation/tav/context_set.h>
-#include <foundation/tav/detail.h>
-#include <foundation/tav/scope.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <cstdint>
@@ -20,19 +15,10 @@
 #include "../support/assertions.h"
 #include "../support/error_reports.h"
 #include "../support/lifetime_log.h"
+#include "../support/names.h"
 #include "../support/watchdog.h"
 
 namespace foundation::tests {
-
-using tav::Detail;
-using tav::StatePtr;
-using tav::management::Context;
-using tav::management::ContextSet;
-using tav::management::NullContext;
-using tav::management::thisthread::ContextActivator;
-using tav::scope::Process;
-using tav::scope::Workspace;
-using tav::scope::Zarn;
 
 /// The state type that messages of the tests name.
 struct Widget {};

@@ -3,12 +3,6 @@
 /// @file
 /// What the tests with several threads have in common.
 
-#include <foundation/tav/context.h>
-#include <foundation/tav/context_activator.h>
-#include <foundation/tav/context_set.h>
-#include <foundation/tav/detail.h>
-#include <foundation/tav/scope.h>
-#include <foundation/tav/state_ptr.h>
 #include <gtest/gtest.h>
 #include <atomic>
 #include <latch>
@@ -19,19 +13,10 @@
 #include <vector>
 
 #include "../support/error_reports.h"
+#include "../support/names.h"
 #include "../support/watchdog.h"
 
 namespace foundation::tests {
-
-using tav::Detail;
-using tav::StatePtr;
-using tav::management::Context;
-using tav::management::ContextSet;
-using tav::management::NullContext;
-using tav::management::thisthread::ContextActivator;
-using tav::scope::Process;
-using tav::scope::Workspace;
-using tav::scope::Zarn;
 
 /// Runs `task(0)`, ..., `task(count - 1)`, each on a thread of its own, all let go at once, to their ends.
 template <class Task>
