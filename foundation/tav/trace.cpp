@@ -1,3 +1,4 @@
+#include <foundation/tav/detail/scope_trace.h>
 #include <foundation/tav/detail/trace.h>
 #include <boost/log/sources/severity_feature.hpp>
 #include <cstdint>
@@ -38,6 +39,15 @@ boost::log::record openRecord(log::diagnostic_logger& logger, Severity severity)
     const std::lock_guard lock(logger.mutex());
     const ThreadSeverity threadSeverity(severity);
     return logger.core()->open_record(logger.attributes());  // reads the slot
+}
+
+void ScopeTrace::exit() noexcept {
+    libraryLogger.indentation().decrease();
+    // The exit of what was entered is written even if the mask has changed since.
+    writeRecord(libraryLogger, exitSeverity, [this](auto& stream) {
+        stream << m_signature;
+        if (std::uncaught_exceptions() > m_uncaughtExceptions) stream << " [throw]";
+    });
 }
 
 }  // namespace foundation::tav::detail

@@ -5,46 +5,39 @@
 
 #include <foundation/tav/detail/trace.h>
 #include <exception>
-#include <optional>
 
 namespace foundation::tav::detail {
 
-/// One traced call of an operation, from its entry record to its exit record.
+/// One traced call of an operation, from its entry record to its exit record; nothing at all until it is entered.
 class ScopeTrace {
 public:
-    /// Begins a call; `details` streams the operation's values, each label beginning with a blank.
-    template <class Details>
-    ScopeTrace(log::diagnostic_logger& logger, const char* signature, const Details& details) noexcept
-        : m_logger(logger),
-          m_enabled(isEnabled(logger, entrySeverity)),
-          m_signature(signature),
-          m_uncaughtExceptions(std::uncaught_exceptions()) {
-        if (!m_enabled) return;
-        trace(m_logger, entrySeverity, [&](auto& stream) {
-            stream << m_signature;
-            if (isEnabled(m_logger, detailsSeverity)) details(stream << ' ');
-        });
-        m_logger.indentation().increase();
-    }
-
+    ScopeTrace() = default;
     ~ScopeTrace() {
-        if (!m_enabled) return;
-        m_logger.indentation().decrease();
-        // The exit of what was entered is written even if the mask has changed since.
-        writeRecord(m_logger, exitSeverity, [this](auto& stream) {
-            stream << m_signature;
-            if (std::uncaught_exceptions() > m_uncaughtExceptions) stream << " [throw]";
-        });
+        if (m_signature) [[unlikely]]
+            exit();
     }
-
     ScopeTrace(const ScopeTrace&) = delete;
     ScopeTrace& operator=(const ScopeTrace&) = delete;
 
+    /// Begins the call; `details` streams the operation's values, each label beginning with a blank. Not inlined, so
+    /// that a masked trace leaves the operation's registers and stack alone.
+    template <class Details>
+    [[gnu::cold, gnu::noinline]] void enter(const char* signature, const Details& details) noexcept {
+        if (!isEnabled(libraryLogger, entrySeverity)) return;  // a mask with the exit severity alone writes nothing
+        m_signature = signature;
+        m_uncaughtExceptions = std::uncaught_exceptions();
+        trace(libraryLogger, entrySeverity, [&](auto& stream) {
+            stream << signature;
+            if (isEnabled(libraryLogger, detailsSeverity)) details(stream << ' ');
+        });
+        libraryLogger.indentation().increase();
+    }
+
 private:
-    log::diagnostic_logger& m_logger;
-    const bool m_enabled;  // a mask with the exit severity alone makes traces that write nothing
-    const char* const m_signature;
-    const int m_uncaughtExceptions;  // at entry: an exit is a throw only by comparison with them
+    [[gnu::cold]] void exit() noexcept;
+
+    const char* m_signature = nullptr;  // of what was entered
+    int m_uncaughtExceptions = 0;       // at entry: an exit is a throw only by comparison with them
 };
 
 }  // namespace foundation::tav::detail
@@ -52,9 +45,8 @@ private:
 /// Traces the enclosing operation to its end; a macro for the operation's full signature. `details` is a chain of
 /// insertions, which parentheses would break: NOLINTNEXTLINE(bugprone-macro-parentheses)
 #define FOUNDATION_TAV_TRACE_SCOPE(details)                                                                   \
-    std::optional<::foundation::tav::detail::ScopeTrace> scopeTrace;                                          \
+    ::foundation::tav::detail::ScopeTrace scopeTrace;                                                         \
     if (::foundation::tav::detail::isEnabled(                                                                 \
             ::foundation::tav::detail::libraryLogger,                                                         \
             ::foundation::tav::detail::entrySeverity | ::foundation::tav::detail::exitSeverity)) [[unlikely]] \
-    scopeTrace.emplace(::foundation::tav::detail::libraryLogger, __PRETTY_FUNCTION__,                         \
-                       [&](auto& stream) { stream << details; })
+    scopeTrace.enter(__PRETTY_FUNCTION__, [&](auto& stream) { stream << details; })

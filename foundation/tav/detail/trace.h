@@ -35,7 +35,7 @@ boost::log::record openRecord(log::diagnostic_logger& logger, Severity severity)
 
 /// Writes a record whatever the mask says; `compose` streams its text, and is not called where nobody wants it.
 template <class Compose>
-void writeRecord(log::diagnostic_logger& logger, Severity severity, const Compose& compose) noexcept try {
+[[gnu::cold, gnu::noinline]] void writeRecord(log::diagnostic_logger& logger, Severity severity, const Compose& compose) noexcept try {
     boost::log::record record = openRecord(logger, severity);
     if (!record) return;
     {
