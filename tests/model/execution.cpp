@@ -93,7 +93,11 @@ bool Execution::perform(const Operation& operation, Origin origin) {
     const bool isRefusedActivation = action->kind.verb >= Verb::activateNothing &&
                                      action->kind.verb <= Verb::activateSet &&
                                      std::any_of(effect.events.begin(), effect.events.end(), isReport);
-    const unsigned failingAllocation = canAllocationsFail && !isRefusedActivation ? operation.failingAllocation : 0;
+    // What deleters do is settled before the call, which must be the same for both ways that it may go, then.
+    const bool canFail = canAllocationsFail && operation.failingAllocation > 0 && !isRefusedActivation;
+    const Effect none = canFail ? abandoned.abandon(*action) : Effect();
+    const bool isSettled = none.isDefined && (none.atDeath.empty() || none.atDeath == effect.atDeath);
+    const unsigned failingAllocation = canFail && isSettled ? operation.failingAllocation : 0;
     m_calls << ++m_count << ". " << *action;
     if (failingAllocation > 0) m_calls << ", allocation " << failingAllocation << " fails";
     if (offersState(action->kind) && operation.atDeath) m_calls << ", at death " << *operation.atDeath;
@@ -103,7 +107,6 @@ bool Execution::perform(const Operation& operation, Origin origin) {
     cover(*action, origin, effect, seen);
     if (seen.hasAllocationFailed) {
         if (!isAsExpectedOfFailure(effect, seen, after)) {
-            const Effect none = abandoned.abandon(*action);
             if (!isAsExpectedOfFailure(none, seen, abandoned)) diverge(effect, after, seen);
             after = std::move(abandoned);
         }

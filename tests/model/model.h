@@ -27,6 +27,8 @@ struct Action {
     unsigned mask = 0;
     int handler = 0;
     int state = 0;  ///< the number of the state that is offered
+
+    friend bool operator==(const Action&, const Action&) = default;
 };
 
 std::ostream& operator<<(std::ostream& stream, const Action& action);
