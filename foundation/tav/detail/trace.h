@@ -33,17 +33,28 @@ inline bool isEnabled(const log::diagnostic_logger& logger, unsigned severities)
 /// A record with the severity that it will keep; empty where nobody wants it.
 boost::log::record openRecord(log::diagnostic_logger& logger, Severity severity);
 
+/// What Boost.Log's pump of records takes for a logger.
+struct RecordPusher {
+    using char_type = char;
+
+    void push_record(boost::log::record&& record) const { core->push_record(std::move(record)); }
+
+    const boost::log::core_ptr& core;
+};
+
 /// Writes a record whatever the mask says; `compose` streams its text, and is not called where nobody wants it.
 template <class Compose>
-[[gnu::cold, gnu::noinline]] void writeRecord(log::diagnostic_logger& logger, Severity severity, const Compose& compose) noexcept try {
+[[gnu::cold, gnu::noinline]] void writeRecord(log::diagnostic_logger& logger, Severity severity,
+                                              const Compose& compose) noexcept try {
     boost::log::record record = openRecord(logger, severity);
     if (!record) return;
-    {
-        boost::log::record_ostream stream(record);
-        stream.imbue(std::locale::classic());  // plain digits, whatever the global locale is
-        compose(stream);
-    }  // flushed and detached from the record, which must not be pushed before
-    logger.core()->push_record(std::move(record));
+    const RecordPusher pusher{logger.core()};
+    // Pushes the record at its end, unless by an exception. Its stream is one that the thread keeps for the next
+    // record.
+    const boost::log::aux::record_pump<const RecordPusher> pump(pusher, record);
+    // Plain digits, whatever the global locale is.
+    if (pump.stream().getloc() != std::locale::classic()) pump.stream().imbue(std::locale::classic());
+    compose(pump.stream());
 } catch (...) {
 }
 
