@@ -39,7 +39,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
-#include <list>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -56,6 +55,7 @@ namespace detail = foundation::tav::detail;
 namespace scope = foundation::tav::scope;
 using detail::getName;
 using detail::memberName;
+using foundation::tav::ErrorInfo;
 using foundation::tav::StatePtr;
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -80,7 +80,9 @@ public:
     InstanceManager() = default;
     InstanceManager(const InstanceManager&) = delete;
     InstanceManager& operator=(const InstanceManager&) = delete;
-    ~InstanceManager() { destroy(erase); }
+    ~InstanceManager() {
+        if (!isUnused()) destroy(erase);
+    }
 
     /// Null if there is none. Grows the table for an id beyond it, and is no read-only operation therefore.
     StatePtr* find(std::uint64_t typeID);
@@ -102,6 +104,8 @@ public:
     template <class Callback>
     void destroy(Callback&& callback);
 
+    bool isEmpty() const { return m_list.empty(); }
+    bool isUnused() const { return m_items.empty() && m_list.empty(); }  // and `destroy` has nothing to do or check
     std::size_t numNonNullItems() const;
 
 private:
@@ -183,8 +187,30 @@ void InstanceManager::destroy(Callback&& callback) {
     FOUNDATION_TAV_CHECK(numNonNullItems() == 0);
 }
 
+/// So many slots of a table are looked at together.
+constexpr std::ptrdiff_t blockSize = 32;
+
+/// Whether any slot of a block is taken. Written with the compiler's vectors, since compilers don't make any of the
+/// plain loop at -O2: four times as fast.
+inline bool isAnyTaken(StatePtr* const* block) {
+    typedef std::uintptr_t Slots [[gnu::vector_size(16), gnu::may_alias]];
+    constexpr std::ptrdiff_t count = blockSize / 2;
+    const auto* const slots = reinterpret_cast<const Slots*>(block);
+    Slots taken{};
+    for (std::ptrdiff_t i = 0; i < count; i += 8)
+        taken |= (slots[i] | slots[i + 1] | slots[i + 2] | slots[i + 3]) |
+                 (slots[i + 4] | slots[i + 5] | slots[i + 6] | slots[i + 7]);
+    return (taken[0] | taken[1]) != 0;
+}
+
 std::size_t InstanceManager::numNonNullItems() const {
-    return m_items.size() - static_cast<std::size_t>(std::count(m_items.begin(), m_items.end(), nullptr));
+    const auto taken = [](const auto* begin, const auto* end) { return end - begin - std::count(begin, end, nullptr); };
+    const auto* slot = m_items.data();
+    const auto* const end = slot + m_items.size();
+    std::ptrdiff_t count = 0;
+    for (; end - slot >= blockSize; slot += blockSize)
+        if (isAnyTaken(slot)) count += taken(slot, slot + blockSize);
+    return static_cast<std::size_t>(count + taken(slot, end));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -239,13 +265,15 @@ bool isStrictShutdown() {
     return isStrict;
 }
 
+/// Links a context into its parent's list of children.
+struct ChildLink : boost::intrusive::list_base_hook<> {};
+
 /// One context. Made by `std::make_shared` only.
 template <class Scope>
-class ContextImpl : public std::enable_shared_from_this<ContextImpl<Scope>> {
+class ContextImpl : public std::enable_shared_from_this<ContextImpl<Scope>>, public ChildLink {
     using Mutex = typename ScopeTraits<Scope>::Mutex;
     using Parent = ContextImpl<typename ScopeTraits<Scope>::Parent>;
     using Child = ContextImpl<typename ScopeTraits<Scope>::Child>;
-    using ChildList = std::list<std::shared_ptr<Child>>;
 
 public:
     ContextImpl();                                         // Process
@@ -255,14 +283,17 @@ public:
     ~ContextImpl();
 
     std::shared_ptr<Child> createChild();
-    void removeChild(const std::shared_ptr<Child>& child);
+
+    void removeChild(Child* child);
     const std::shared_ptr<Parent>& parent() const { return m_parent; }
 
     void incRef();
     void decRef();
     ContextImpl* enterActivation();  // Process
     bool isActive() const;
+    bool isActiveNoLock() const { return m_activations > 0; }         // of a destroyed Process context: needs no lock
     bool isDestroyed() const { return m_state == State::destroyed; }  // the caller excludes changes
+    bool isDestroying() const { return m_isDestroying; }              // likewise
     void shutdown();
     bool isShutdown() const;
 
@@ -270,7 +301,7 @@ public:
     bool destroy();
 
     /// The handle is being freed: the context goes with its last child, if it can't go at once.
-    void goWithLastChild();
+    void goWithLastChild() { m_goesWithLastChild.store(true, std::memory_order_relaxed); }
 
     StatePtr* find(std::uint64_t typeID);
     StatePtr& insert(std::uint64_t typeID, const std::type_info& type, StatePtr&& state);
@@ -299,10 +330,13 @@ private:
     InstanceManager m_store;
     std::uint64_t m_activations = 0;  // Zarn and Workspace: 0 or 1, barring refused activations
     State m_state = State::running;
-    bool m_isDestroying = false;       // its states are being deleted, with the lock released meanwhile
-    bool m_goesWithLastChild = false;  // nobody else will destroy it
-    ChildList m_children;              // in creation order
-    std::size_t m_dyingChildren = 0;   // no longer in the list, but with states that are still being deleted
+    bool m_isDestroying = false;                    // its states are being deleted, with the lock released meanwhile
+    bool m_isAwaited = false;                       // counted in its parent's m_dyingChildren
+    std::atomic<bool> m_goesWithLastChild = false;  // nobody else will destroy it; set without the lock
+    std::size_t m_dyingChildren = 0;                // no longer in the list, but this context's destruction awaits them
+
+    boost::intrusive::list<ChildLink> m_children;  // in creation order
+    std::shared_ptr<ContextImpl> m_listShare;      // of this, in its parent's name: there while it is in the list
 };
 
 /// Parent of the Process contexts and child of the Workspace contexts: pointers to it are always null.
@@ -335,17 +369,34 @@ std::shared_ptr<ContextImpl<Scope>> getCurrent() {
     return currentContext<Scope> ? currentContext<Scope>->shared_from_this() : nullptr;
 }
 
-/// Makes the requested context the thread's current one, or none if that is destroyed, and returns the previous one.
-/// The new context is counted before the old one is released.
+/// Makes the requested context the thread's current one, or none if that is destroyed, in the place of `current`. The
+/// new context is counted before the old one is released.
 template <class Scope>
-std::shared_ptr<ContextImpl<Scope>> exchangeCurrent(const std::shared_ptr<ContextImpl<Scope>>& requested) {
-    std::shared_ptr<ContextImpl<Scope>> current = getCurrent<Scope>();
-    if (requested == current) return current;
-    ContextImpl<Scope>* const installed = requested && !requested->isDestroyed() ? requested.get() : nullptr;
+inline void replaceCurrent(ContextImpl<Scope>* current, ContextImpl<Scope>* requested) {
+    if (requested == current) return;
+    ContextImpl<Scope>* const installed = requested && !requested->isDestroyed() ? requested : nullptr;
     if (installed) installed->incRef();
     currentContext<Scope> = installed;
     if (current) current->decRef();
+}
+
+/// Returns the previous one.
+template <class Scope>
+inline std::shared_ptr<ContextImpl<Scope>> exchangeCurrent(const std::shared_ptr<ContextImpl<Scope>>& requested) {
+    std::shared_ptr<ContextImpl<Scope>> current = getCurrent<Scope>();
+    replaceCurrent(current.get(), requested.get());
     return current;
+}
+
+/// As `exchangeCurrent`, for those who don't need the previous one: its share is not taken, which costs more than all
+/// the rest, but where it may be refused, in the destruction of a context that nobody shares any longer.
+template <class Scope>
+inline void restoreCurrent(const std::shared_ptr<ContextImpl<Scope>>& requested) {
+    ContextImpl<Scope>* const current = currentContext<Scope>;
+    if (current && current->isDestroying()) [[unlikely]]
+        exchangeCurrent<Scope>(requested);
+    else
+        replaceCurrent(current, requested.get());
 }
 
 template <class Scope>
@@ -374,12 +425,14 @@ template <class Scope>
 ContextImpl<Scope>::~ContextImpl() {
     FOUNDATION_TAV_TRACE_SCOPE(" this=" << static_cast<const void*>(this));
     const std::shared_ptr<Parent> parent = std::move(m_parent);  // outlives the states; has us in no list any more
-    Lock lock(m_mutex);
     if (!isDestroyed()) {
+        Lock lock(m_mutex);
         releaseParentNoLock();
         destroyStates(lock);
+        leaveActivationNoLock();
+    } else if constexpr (!isProcess<Scope>) {
+        leaveActivationNoLock();  // of this thread; another one may have destroyed the context
     }
-    leaveActivationNoLock();
 }
 
 template <class Scope>
@@ -388,27 +441,34 @@ auto ContextImpl<Scope>::createChild() -> std::shared_ptr<Child> {
     const std::lock_guard lock(m_mutex);
     constexpr std::size_t limit = ScopeTraits<Scope>::childLimit;
     if (m_state != State::running)
-        detail::reportError({"Attempting to create a child of a shutdown context.", __FILE__, __LINE__,
-                             memberName<"(anonymous namespace)::ContextImpl", Scope, "createChild">});
+        detail::reportMisuse([&] {
+            return ErrorInfo("Attempting to create a child of a shutdown context.", __FILE__, __LINE__,
+                             memberName<"(anonymous namespace)::ContextImpl", Scope, "createChild">);
+        });
     if (m_children.size() >= limit)
-        detail::reportError(
-            {detail::formatted("Attempting to create more than the '%1%' child contexts allowed for %2%-type contexts.",
-                               std::to_string(limit), getName(typeid(Scope))),
-             __FILE__, __LINE__, memberName<"(anonymous namespace)::ContextImpl", Scope, "createChild">});
-    m_children.push_back(child);
+        detail::reportMisuse([&] {
+            return ErrorInfo(
+                detail::formatted(
+                    "Attempting to create more than the '%1%' child contexts allowed for %2%-type contexts.",
+                    std::to_string(limit), getName(typeid(Scope))),
+                __FILE__, __LINE__, memberName<"(anonymous namespace)::ContextImpl", Scope, "createChild">);
+        });
+    m_children.push_back(*child);
+    child->m_listShare = child;
     return child;
 }
 
 template <class Scope>
-void ContextImpl<Scope>::removeChild(const std::shared_ptr<Child>& child) {
+void ContextImpl<Scope>::removeChild(Child* child) {
     FOUNDATION_TAV_CHECK(child);
-    ChildList removed;  // released when the lock is
+    std::shared_ptr<Child> removed;  // released when the lock is
     const std::lock_guard lock(m_mutex);
-    for (auto next = m_children.begin(); next != m_children.end();) {
-        const auto entry = next++;
-        if (*entry == child) removed.splice(removed.end(), m_children, entry);
-    }
-    m_dyingChildren += removed.size();
+    if (!child || !child->m_listShare) return;
+    removed = std::move(child->m_listShare);
+    m_children.erase(m_children.iterator_to(*child));
+    // One without states ends at once; it is awaited only where this context goes with it.
+    child->m_isAwaited = !child->m_store.isEmpty() || (m_goesWithLastChild && m_children.empty());
+    if (child->m_isAwaited) ++m_dyingChildren;
 }
 
 template <class Scope>
@@ -420,14 +480,18 @@ void ContextImpl<Scope>::incRef() {
 template <class Scope>
 void ContextImpl<Scope>::incRefNoLock() {
     if (m_state == State::destroyed)
-        detail::reportError({"Attempting to activate a destroyed context", __FILE__, __LINE__,
-                             memberName<"(anonymous namespace)::ContextImpl", Scope, "incRef">});
+        detail::reportMisuse([&] {
+            return ErrorInfo("Attempting to activate a destroyed context", __FILE__, __LINE__,
+                             memberName<"(anonymous namespace)::ContextImpl", Scope, "incRef">);
+        });
     const std::uint64_t previous = m_activations++;
     if (!isProcess<Scope> && previous != 0)
-        detail::reportError(
-            {"Non-concurrent context activated by more than one thread. Only contexts with 'Process' "
-             "scope can be activated by multiple threads.",
-             __FILE__, __LINE__, memberName<"(anonymous namespace)::ContextImpl", Scope, "incRef">});
+        detail::reportMisuse([&] {
+            return ErrorInfo(
+                "Non-concurrent context activated by more than one thread. Only contexts with 'Process' "
+                "scope can be activated by multiple threads.",
+                __FILE__, __LINE__, memberName<"(anonymous namespace)::ContextImpl", Scope, "incRef">);
+        });
 }
 
 /// Takes the process's slot and counts that, in one step for those who destroy the context or give the activation back.
@@ -470,17 +534,18 @@ bool ContextImpl<Scope>::isShutdown() const {
 template <class Scope>
 bool ContextImpl<Scope>::destroy() {
     FOUNDATION_TAV_TRACE_SCOPE(" this=" << static_cast<const void*>(this));
-    const std::shared_ptr<Parent> parent = m_parent;  // outlives the states
+    std::shared_ptr<Parent> parent;  // outlives the states
     {
         Lock lock(m_mutex);
         if (isDestroyed()) return true;
         if (m_isDestroying) return false;
         if (m_children.empty() && m_dyingChildren > 0) {  // children before parents
             m_state = State::shutdown;
-            m_goesWithLastChild = true;
+            goWithLastChild();
             return false;
         }
         releaseParentNoLock();
+        parent = std::move(m_parent);
         destroyStates(lock);
         // Before another thread can see the context destroyed, so that nobody finds it destroyed and active.
         if constexpr (isProcess<Scope>) leaveActivationNoLock();
@@ -488,32 +553,35 @@ bool ContextImpl<Scope>::destroy() {
     }
     if constexpr (!isProcess<Scope>) {
         leaveActivationNoLock();
-        if (parent) parent->childDestroyed();
+        if (m_isAwaited) parent->childDestroyed();
     }
     return true;
 }
 
+/// Leaves the parent's list; who calls takes the parent.
 template <class Scope>
 void ContextImpl<Scope>::releaseParentNoLock() {
     FOUNDATION_TAV_TRACE_SCOPE(" this=" << static_cast<const void*>(this));
     FOUNDATION_TAV_CHECK(m_state != State::destroyed);
     if (!m_children.empty())
-        detail::reportError(
-            {detail::formatted("Cannot destroy context unless existing %1% child contexts are destroyed first.",
-                               std::to_string(m_children.size())),
-             __FILE__, __LINE__, memberName<"(anonymous namespace)::ContextImpl", Scope, "releaseParentNoLock">});
+        detail::reportMisuse([&] {
+            return ErrorInfo(
+                detail::formatted("Cannot destroy context unless existing %1% child contexts are destroyed first.",
+                                  std::to_string(m_children.size())),
+                __FILE__, __LINE__, memberName<"(anonymous namespace)::ContextImpl", Scope, "releaseParentNoLock">);
+        });
     m_state = State::shutdown;
     if constexpr (isProcess<Scope>) {
         FOUNDATION_TAV_CHECK(!m_parent);
     } else if (m_parent) {
-        m_parent->removeChild(this->shared_from_this());
-        m_parent.reset();
+        m_parent->removeChild(this);
     }
 }
 
 /// Deletes the states, newest first, with the lock released around each deletion: a deleter may use this context.
 template <class Scope>
 void ContextImpl<Scope>::destroyStates(Lock& lock) {
+    if (m_store.isUnused()) return;
     m_isDestroying = true;
     m_store.destroy([&lock](std::uint64_t typeID, StatePtr&& state) {
         lock.unlock();
@@ -529,7 +597,7 @@ template <class Scope>
 void ContextImpl<Scope>::leaveActivationNoLock() {
     if constexpr (isProcess<Scope>) {
         ContextImpl* self = this;
-        activeProcessContext.compare_exchange_strong(self, nullptr);
+        if (activeProcessContext.load() == this) activeProcessContext.compare_exchange_strong(self, nullptr);
         // Also where another thread has just taken us out of the slot, and has yet to give back what it took.
         m_activations = 0;
     } else {
@@ -537,13 +605,7 @@ void ContextImpl<Scope>::leaveActivationNoLock() {
     }
 }
 
-template <class Scope>
-void ContextImpl<Scope>::goWithLastChild() {
-    const std::lock_guard lock(m_mutex);
-    m_goesWithLastChild = true;
-}
-
-/// The states of a child that was removed are gone.
+/// A child that was awaited is gone.
 template <class Scope>
 void ContextImpl<Scope>::childDestroyed() {
     {
@@ -574,10 +636,12 @@ StatePtr& ContextImpl<Scope>::insert(std::uint64_t typeID, const std::type_info&
     constexpr const char* function = memberName<"(anonymous namespace)::ContextImpl", Scope, "insert">;
     const std::lock_guard lock(m_mutex);
     if (m_store.find(typeID)) [[unlikely]]
-        detail::reportError({detail::formatted("State of type '%1%' already inserted. Consider using 'findOrInsert' to "
+        detail::reportMisuse([&] {
+            return ErrorInfo(detail::formatted("State of type '%1%' already inserted. Consider using 'findOrInsert' to "
                                                "safely retrieve the existing state or insert one if absent.",
                                                getName(type)),
-                             __FILE__, __LINE__, function});
+                             __FILE__, __LINE__, function);
+        });
     return insertNoLock(typeID, type, std::move(state), function);
 }
 
@@ -596,10 +660,12 @@ StatePtr& ContextImpl<Scope>::insertNoLock(std::uint64_t typeID, const std::type
                                            const char* function) {
     // Without the strict switch a context takes states even after its shutdown; hosts rely on that while they stop.
     if (m_state != State::running && isStrictShutdown())
-        detail::reportError(
-            {detail::formatted("Attempting to insert state of type '%1%' after active context was shutdown.",
-                               getName(type)),
-             __FILE__, __LINE__, function});
+        detail::reportMisuse([&] {
+            return ErrorInfo(
+                detail::formatted("Attempting to insert state of type '%1%' after active context was shutdown.",
+                                  getName(type)),
+                __FILE__, __LINE__, function);
+        });
     return m_store.insert(typeID, std::move(state));
 }
 
@@ -640,8 +706,8 @@ void ContextImpl<Scope>::forEachStore(const Operation& operation) {
     if constexpr (std::is_same_v<Scope, StateScope>)
         operation(m_store);
     else
-        for (const auto& child : m_children)
-            child->template forEachStore<StateScope>(operation);
+        for (ChildLink& child : m_children)
+            static_cast<Child&>(child).template forEachStore<StateScope>(operation);
 }
 
 #undef FOUNDATION_TAV_TRACE_STATE_OPERATION
@@ -730,7 +796,8 @@ Context<Scope>::~Context() {
     if (!m_pimpl) return;
     try {
         m_pimpl->context->goWithLastChild();
-        destroy();
+        const auto isActive = [&context = *m_pimpl->context] { return context.isActiveNoLock(); };
+        if (m_pimpl->context->destroy()) FOUNDATION_TAV_CHECK(!isActive());
     } catch (...) {
         detail::trace(detail::libraryLogger, detail::errorSeverity, [](auto& stream) {
             stream << "Exception caught: " << log::detail::current_exception_chain_as_string();
@@ -781,7 +848,7 @@ template <class Scope>
 void Context<Scope>::destroy() {
     if (!m_pimpl) return;
     const std::shared_ptr<ContextImpl<Scope>> context = m_pimpl->context;  // a deleter may free this very handle
-    const auto isActive = [&context] { return context->isActive(); };
+    const auto isActive = [&context] { return context->isActiveNoLock(); };
     if (context->destroy()) FOUNDATION_TAV_CHECK(!isActive());
 }
 
@@ -848,7 +915,7 @@ namespace thisthread {
 
 struct ContextActivator::Pimpl {
     /// Activation. What a failure finds done stays done.
-    explicit Pimpl(ContextSet::Pimpl contexts);
+    explicit Pimpl(ContextSet::Pimpl&& contexts);
 
     /// Once. Restores in reverse, whatever is current meanwhile.
     void deactivate();
@@ -857,15 +924,16 @@ struct ContextActivator::Pimpl {
     static std::shared_ptr<ContextImpl<Scope>> contextOf(const Context<Scope>& handle) {
         return handle.m_pimpl ? handle.m_pimpl->context : nullptr;
     }
-    static ContextSet::Pimpl withParent(const std::shared_ptr<ContextImpl<scope::Workspace>>& workspace) {
-        return {workspace ? workspace->parent() : nullptr, workspace};
+    static ContextSet::Pimpl withParent(std::shared_ptr<ContextImpl<scope::Workspace>> workspace) {
+        auto zarn = workspace ? workspace->parent() : nullptr;
+        return {std::move(zarn), std::move(workspace)};
     }
 
     const ContextSet::Pimpl active;
     ContextSet::Pimpl previous;
 };
 
-ContextActivator::Pimpl::Pimpl(ContextSet::Pimpl contexts) : active(std::move(contexts)) {
+ContextActivator::Pimpl::Pimpl(ContextSet::Pimpl&& contexts) : active(std::move(contexts)) {
     previous.zarn = exchangeCurrent<scope::Zarn>(active.zarn);
     previous.workspace = exchangeCurrent<scope::Workspace>(active.workspace);
     detail::trace(detail::libraryLogger, detail::informationSeverity, [this](auto& stream) {
@@ -881,8 +949,8 @@ void ContextActivator::Pimpl::deactivate() {
                << "  restoring  zarn=" << static_cast<const void*>(previous.zarn.get())
                << "  workspace=" << static_cast<const void*>(previous.workspace.get());
     });
-    exchangeCurrent<scope::Workspace>(previous.workspace);
-    exchangeCurrent<scope::Zarn>(previous.zarn);
+    restoreCurrent<scope::Workspace>(previous.workspace);
+    restoreCurrent<scope::Zarn>(previous.zarn);
 }
 
 ContextActivator::ContextActivator() : ContextActivator(NullContext<scope::Zarn>()) {}
@@ -949,8 +1017,10 @@ template <class Scope>
 StatePtr& Detail<Scope>::findOrFail(std::uint64_t typeID, const std::type_info& type) {
     StatePtr* const state = FOUNDATION_TAV_REQUIRED_CONTEXT(Scope, "findOrFail").find(typeID);
     if (!state) [[unlikely]]
-        detail::reportError({detail::formatted(detail::doesNotExist, getName(type)), __FILE__, __LINE__,
-                             memberName<"foundation::tav::Detail", Scope, "findOrFail">});
+        detail::reportMisuse([&] {
+            return ErrorInfo(detail::formatted(detail::doesNotExist, getName(type)), __FILE__, __LINE__,
+                             memberName<"foundation::tav::Detail", Scope, "findOrFail">);
+        });
     return *state;
 }
 

@@ -488,11 +488,11 @@ TEST_F(ContextImplTest, DestroyedChildLetsGoOfItsParent) {
 TEST_F(ContextImplTest, RemovesOneChild) {
     const Impl<Zarn> second = process->createChild();
     const Impl<Zarn> third = process->createChild();
-    process->removeChild(second);
+    process->removeChild(second.get());
     workspace->destroy();
     EXPECT_THAT(reportOf([&] { process->destroy(); }).message,
                 "Cannot destroy context unless existing 2 child contexts are destroyed first.");
-    process->removeChild(second);
+    process->removeChild(second.get());
     third->destroy();
     second->destroy();
 }

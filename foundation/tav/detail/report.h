@@ -11,4 +11,11 @@ namespace foundation::tav::detail {
 /// throws goes to the caller; nothing else comes out.
 [[noreturn, gnu::cold]] void reportError(const ErrorInfo& info);
 
+/// Reports the `ErrorInfo` that `describe` returns. Not inlined, so that composing a message takes no registers and
+/// stack of operations that go well.
+template <class Describe>
+[[noreturn, gnu::cold, gnu::noinline]] void reportMisuse(const Describe& describe) {
+    reportError(describe());
+}
+
 }  // namespace foundation::tav::detail
