@@ -92,6 +92,7 @@ void BM_ZarnOfOneState(benchmark::State& state) {
 }
 BENCHMARK(BM_ZarnOfOneState);
 
+template <int scanCount>
 void BM_ZarnOfOneStateFloor(benchmark::State& state) {
     const std::uint64_t id = typeIDs<Zarn>(1)[0];
     auto* const process = floor::create();
@@ -99,12 +100,15 @@ void BM_ZarnOfOneStateFloor(benchmark::State& state) {
         auto* const zarn = floor::create(*process);
         auto* const activation = floor::push(*zarn);
         use(&floor::insert(id, stateType, makeState()));
+        for (int scan = 0; scan < scanCount; ++scan)
+            use(floor::isAnyTaken());
         floor::pop(activation);
         floor::destroy(zarn);
     }
     floor::destroy(process);
 }
-BENCHMARK(BM_ZarnOfOneStateFloor);
+BENCHMARK(BM_ZarnOfOneStateFloor<0>)->Name("BM_ZarnOfOneStateFloor");
+BENCHMARK(BM_ZarnOfOneStateFloor<4>)->Name("BM_ZarnOfOneStateScannedFloor");
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Destroy a context with n states. The time is that of one state.

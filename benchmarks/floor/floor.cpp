@@ -115,6 +115,8 @@ State& insert(std::uint64_t id, const std::type_info&, State&& state) {
 
 bool erase(std::uint64_t id, const std::type_info&) { return currentZarn->store.erase(id); }
 
+bool isAnyTaken() { return currentZarn->store.isAnyTaken(); }
+
 State& insertInProcess(std::uint64_t id, const std::type_info&, State&& state) {
     ProcessContext* const context = activeProcess.load();
     const std::lock_guard lock(context->mutex);

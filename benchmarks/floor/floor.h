@@ -95,6 +95,9 @@ BENCH_FLOOR_EXPORT bool erase(std::uint64_t id, const std::type_info& type);
 BENCH_FLOOR_EXPORT State& insertInProcess(std::uint64_t id, const std::type_info& type, State&& state);
 BENCH_FLOOR_EXPORT bool eraseInProcess(std::uint64_t id, const std::type_info& type);
 
+/// A scan of the current Zarn context's table.
+BENCH_FLOOR_EXPORT bool isAnyTaken();
+
 /// A store that is nobody's current one.
 BENCH_FLOOR_EXPORT State& insert(Store& store, std::uint64_t id, State&& state);
 BENCH_FLOOR_EXPORT bool erase(Store& store, std::uint64_t id);

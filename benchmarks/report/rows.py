@@ -116,6 +116,12 @@ CONTEXTS = [
         for scope in ("Process", "Zarn", "Workspace")
     ),
     Row("Zarn context with one state", "BM_ZarnOfOneState", "BM_ZarnOfOneStateFloor", goal=1.5),
+    Row(
+        "Zarn context with one state",
+        "BM_ZarnOfOneState",
+        "BM_ZarnOfOneStateScannedFloor",
+        "floor and four table scans",
+    ),
     Row("push + pop, Zarn", "BM_PushZarn", "BM_PushZarnFloor", goal=1.2),
     Row("push + pop, Workspace", "BM_PushWorkspace", "BM_PushWorkspaceFloor", goal=1.2),
     *(
