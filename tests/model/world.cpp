@@ -1,6 +1,6 @@
 #include "world.h"
 
-#include "failing_allocations.h"
+#include "../support/failing_allocation.h"
 #include "host_diag.h"
 
 #include <foundation/log/diagnostic_logger.h>

@@ -667,6 +667,18 @@ TEST_F(ContextImplDeathTest, ChecksThatARemovedChildIsOne) {
     EXPECT_DEATH(zarn->removeChild(nullptr), childFailed);
 }
 
+// An empty state, which nobody may insert, is found out by who erases it from all contexts.
+TEST_F(ContextImplDeathTest, ChecksThatErasedStatesOwnObjects) {
+    const auto stateFailed = assertionFailed("state", "ContextImpl<.*>::eraseAll");
+    const auto eraseEmptyState = [this]<class Scope>(ContextImpl<Scope>& context) {
+        context.insert(3, typeid(Widget), StatePtr(nullptr, nullptr));
+        process->eraseAll<Scope>(3, typeid(Widget));
+    };
+    EXPECT_DEATH(eraseEmptyState(*process), stateFailed);
+    EXPECT_DEATH(eraseEmptyState(*zarn), stateFailed);
+    EXPECT_DEATH(eraseEmptyState(*workspace), stateFailed);
+}
+
 // Ignored, these checks have no effect: a context without a parent works, and no child is removed.
 TEST_F(ContextImplTest, IgnoredChecksHaveNoEffect) {
     const IgnoredAssertions ignoredAssertions;

@@ -1,54 +1,20 @@
-// What happens where memory ends. This program has allocation functions of its own: one allocation of a thread can be
-// made to fail, and what no machine has is refused without asking for it.
+// What happens where memory ends.
 
 #include <foundation/tav/type_error.h>
-#include <cstdlib>
-#include <memory>
+#include <cstddef>
+#include <cstdint>
 #include <new>
-#include <optional>
-#include <vector>
+#include <string>
 
+#include "../support/failing_allocation.h"
 #include "../support/recording_sink.h"
 #include "contexts.h"
-
-namespace {
-
-constexpr std::size_t largestAllocation = std::size_t{1} << 40;
-constinit thread_local std::size_t allocations = 0;
-constinit thread_local std::size_t failingAllocation = 0;  // by its number; none with 0
-
-void* allocate(std::size_t size) {
-    if (++allocations == failingAllocation || size > largestAllocation) throw std::bad_alloc();
-    if (void* const memory = std::malloc(size > 0 ? size : 1)) return memory;
-    throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace foundation::tests {
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-/// Counts the thread's allocations; the one of the number given fails.
-class AllocationCount {
-public:
-    explicit AllocationCount(std::size_t failing = 0) {
-        allocations = 0;
-        failingAllocation = failing;
-    }
-    ~AllocationCount() { failingAllocation = 0; }
-    AllocationCount(const AllocationCount&) = delete;
-    AllocationCount& operator=(const AllocationCount&) = delete;
-
-    std::size_t value() const { return allocations; }
-    bool hasFailed() const { return failingAllocation > 0 && allocations >= failingAllocation; }
-};
 
 enum class Outcome { done, outOfMemory, reported };
 
@@ -71,12 +37,12 @@ Outcome failEachAllocation(Operation operation, Check check) {
     for (std::size_t number = 1;; ++number) {
         Outcome outcome;
         {
-            const AllocationCount count(number);
+            const FailingAllocation failing(number);
             outcome = outcomeOf(operation);
-            if (!count.hasFailed()) {
-                EXPECT_GT(number, 1u) << "Nothing was allocated.";
-                return outcome;
-            }
+        }
+        if (!FailingAllocation::takeFailure()) {
+            EXPECT_GT(number, 1u) << "Nothing was allocated.";
+            return outcome;
         }
         check(outcome);
     }
@@ -98,6 +64,10 @@ protected:
 
     MemoryTest() { put<Scope>(0, "present"); }
 
+    // Looking for a state makes room for it: only an id that is far beyond the last needs a larger table again.
+    static constexpr std::uint64_t idInTable = 1000;
+    static std::uint64_t idBeyond(std::uint64_t id) { return 4 * id; }
+
     // An operation on the absent state of the id has failed: nothing has changed.
     void expectUnchanged(std::uint64_t id, const StatePtr& offered) {
         EXPECT_NE(offered, nullptr);
@@ -111,19 +81,25 @@ TYPED_TEST_SUITE(MemoryTest, AllScopes, ScopeNames);
 // An insertion that fails leaves the state with the caller and the context as it was.
 TYPED_TEST(MemoryTest, InsertFailsCleanly) {
     StatePtr offered = this->log.state("offered");
-    const auto insert = [&] { TestFixture::State::insert(5000, typeid(Widget), std::move(offered)); };
-    const auto unchanged = outOfMemoryAnd([&] { this->expectUnchanged(5000, offered); });
+    std::uint64_t id = this->idInTable;
+    const auto insert = [&] {
+        TestFixture::State::insert(id = this->idBeyond(id), typeid(Widget), std::move(offered));
+    };
+    const auto unchanged = outOfMemoryAnd([&] { this->expectUnchanged(id, offered); });
     EXPECT_EQ(failEachAllocation(insert, unchanged), Outcome::done);
-    EXPECT_TRUE(this->template has<TypeParam>(5000));
+    EXPECT_TRUE(this->template has<TypeParam>(id));
 }
 
 // So does findOrInsert.
 TYPED_TEST(MemoryTest, FindOrInsertFailsCleanly) {
     StatePtr offered = this->log.state("offered");
-    const auto insert = [&] { TestFixture::State::findOrInsert(5000, typeid(Widget), std::move(offered)); };
-    const auto unchanged = outOfMemoryAnd([&] { this->expectUnchanged(5000, offered); });
+    std::uint64_t id = this->idInTable;
+    const auto insert = [&] {
+        TestFixture::State::findOrInsert(id = this->idBeyond(id), typeid(Widget), std::move(offered));
+    };
+    const auto unchanged = outOfMemoryAnd([&] { this->expectUnchanged(id, offered); });
     EXPECT_EQ(failEachAllocation(insert, unchanged), Outcome::done);
-    EXPECT_TRUE(this->template has<TypeParam>(5000));
+    EXPECT_TRUE(this->template has<TypeParam>(id));
 }
 
 // An id whose table memory can't hold is refused by every operation before anything changes.
@@ -144,7 +120,7 @@ TYPED_TEST(MemoryTest, IdsBeyondMemoryAreRefused) {
 // Erasing needs no memory but for the table of an id never seen.
 TYPED_TEST(MemoryTest, ErasesWithoutMemory) {
     {
-        const AllocationCount none(1);
+        const FailingAllocation any(1);
         EXPECT_TRUE(TestFixture::State::erase(0, typeid(Widget)));
         EXPECT_FALSE(TestFixture::State::erase(0, typeid(Widget)));
         EXPECT_EQ(TestFixture::State::eraseAll(0, typeid(Widget)), 0u);
@@ -155,7 +131,7 @@ TYPED_TEST(MemoryTest, ErasesWithoutMemory) {
 // With the trace masked off no operation allocates for it, and lookups don't allocate at all.
 TYPED_TEST(MemoryTest, LookupsDoNotAllocate) {
     StatePtr offered = this->log.state("offered");
-    const AllocationCount count;
+    const std::size_t allocations = allocationCount();
     TestFixture::State::find(0, typeid(Widget));
     TestFixture::State::findOrFail(0, typeid(Widget));
     TestFixture::State::findOrThrow(0, typeid(Widget));
@@ -163,7 +139,7 @@ TYPED_TEST(MemoryTest, LookupsDoNotAllocate) {
     TestFixture::State::isRequiredContextActive();
     TestFixture::State::getNextID(typeid(Widget));
     TestFixture::State::erase(1, typeid(Widget));
-    EXPECT_EQ(count.value(), 0u);
+    EXPECT_EQ(allocationCount(), allocations);
 }
 
 // A report gets through to the handler, unless memory ends while it is composed.
@@ -225,7 +201,7 @@ TEST_F(EraseAllMemoryTest, ErasesPresentStatesWithoutMemory) {
     fill(second, 1);
     fill(third, 2);
     {
-        const AllocationCount none(1);
+        const FailingAllocation any(1);
         EXPECT_EQ(Detail<Zarn>::eraseAll(0, typeid(Widget)), 3u);
     }
     EXPECT_THAT(log.deaths(), ElementsAre("0", "1", "2"));
@@ -323,15 +299,15 @@ TEST_F(TraceMemoryTest, ReportsThatCannotBeTracedReachTheHandler) {
     std::size_t needed = 0;
     {
         const ScopedMask untraced(0);
-        const AllocationCount count;
+        const std::size_t before = allocationCount();
         findAbsent();
-        needed = count.value();
+        needed = allocationCount() - before;
     }
     for (std::size_t number = needed;; ++number) {
-        const AllocationCount count(number);
+        const FailingAllocation failing(number);
         findAbsent();
         EXPECT_TRUE(handlerWasCalled);
-        if (!count.hasFailed()) break;
+        if (!FailingAllocation::takeFailure()) break;
     }
 }
 
