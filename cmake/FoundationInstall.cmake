@@ -2,7 +2,7 @@
 
 include(CMakePackageConfigHelpers)
 
-set(installed_targets foundation_tav)
+set(installed_targets foundation_state foundation_tav)
 if(FOUNDATION_HOST STREQUAL "bundled")
   list(APPEND installed_targets foundation_core foundation_log)
 endif()

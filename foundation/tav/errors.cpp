@@ -1,8 +1,8 @@
 #include <foundation/core/diag.h>
 #include <foundation/tav/detail/messages.h>
-#include <foundation/tav/detail/report.h>
 #include <foundation/tav/detail/trace.h>
 #include <foundation/tav/error.h>
+#include <foundation/tav/report.h>
 #include <foundation/tav/type_error.h>
 #include <atomic>
 #include <boost/format.hpp>
@@ -32,10 +32,10 @@ std::string ErrorInfo::convert(std::string message) { return message; }
 ErrorHandler getErrorHandler() { return errorHandler.load(); }
 ErrorHandler setErrorHandler(ErrorHandler handler) { return errorHandler.exchange(handler); }
 
-void detail::reportError(const ErrorInfo& info) {
+void reportError(const ErrorInfo& info) {
     const std::string composed = withCallerBug(info.m_message);
     const std::string& message = composed.empty() ? info.m_message : composed;
-    trace(errorLogger, errorSeverity, [&](auto& stream) {
+    detail::trace(detail::errorLogger, detail::errorSeverity, [&](auto& stream) {
         stream << "m_function=" << info.m_function << "  m_file=" << info.m_file << "  m_line=" << info.m_line
                << "  m_message=" << message;
     });

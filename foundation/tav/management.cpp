@@ -32,7 +32,9 @@
 #include <foundation/tav/detail/report.h>
 #include <foundation/tav/detail/scope_trace.h>
 #include <foundation/tav/detail/trace.h>
+#include <foundation/tav/inspect.h>
 #include <foundation/tav/type_error.h>
+#include <foundation/tav/unload.h>
 #include <algorithm>
 #include <atomic>
 #include <boost/intrusive/list.hpp>
@@ -110,6 +112,7 @@ public:
 
 private:
     friend struct InstanceManagerPeer;  // breaks the invariants on purpose, to see them checked
+    friend struct Inspection;
 
     void grow(std::uint64_t typeID);
     [[gnu::cold, gnu::noinline]] StatePtr* findInGrown(std::uint64_t typeID);
@@ -313,6 +316,7 @@ public:
 private:
     template <class OtherScope>
     friend class ContextImpl;
+    friend struct Inspection;
 
     using Lock = std::unique_lock<Mutex>;
 
@@ -1077,3 +1081,107 @@ template struct Detail<scope::Zarn>;
 template struct Detail<scope::Workspace>;
 
 }  // namespace foundation::tav
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Inspection
+
+namespace {
+
+using foundation::tav::management::ContextRecord;
+using foundation::tav::management::ContextState;
+
+static_assert(static_cast<State>(ContextState::running) == State::running &&
+              static_cast<State>(ContextState::shutdown) == State::shutdown &&
+              static_cast<State>(ContextState::destroyed) == State::destroyed);
+
+/// What layers above see of the contexts, and may do to them without their being current.
+struct Inspection {
+    using Stores = std::vector<std::shared_ptr<InstanceManager>>;  // each shares its context
+
+    /// Each context before its children, siblings in creation order. The caller holds the Process context's lock.
+    template <class Scope, class Operation>
+    static void forEachContext(ContextImpl<Scope>& context, const Operation& operation) {
+        operation(context);
+        if constexpr (!std::is_same_v<Scope, scope::Workspace>)
+            for (ChildLink& child : context.m_children)
+                forEachContext(static_cast<typename ContextImpl<Scope>::Child&>(child), operation);
+    }
+
+    template <class Scope>
+    static bool isCurrentElsewhere(const ContextImpl<Scope>& context) {
+        return !isProcess<Scope> && context.m_activations > 0 && requiredContext<Scope>() != &context;
+    }
+
+    template <class Scope>
+    static ContextRecord recordOf(const ContextImpl<Scope>& context) {
+        ContextRecord record{&typeid(Scope),
+                             &context,
+                             context.m_parent.get(),
+                             static_cast<ContextState>(context.m_state),
+                             context.m_activations,
+                             requiredContext<Scope>() == &context,
+                             {}};
+        for (const InstanceManager::Item& item : context.m_store.m_list)
+            record.states.push_back({item.typeID, item.get(), item.get_deleter()});
+        return record;
+    }
+
+    static std::vector<ContextRecord> records(ContextImpl<scope::Process>& process) {
+        std::vector<ContextRecord> records;
+        const std::lock_guard lock(process.m_mutex);
+        forEachContext(process, [&](const auto& context) { records.push_back(recordOf(context)); });
+        return records;
+    }
+
+    /// The stores that the calling thread may touch.
+    static Stores stores(ContextImpl<scope::Process>& process) {
+        Stores stores;
+        const std::lock_guard lock(process.m_mutex);
+        forEachContext(process, [&](auto& context) {
+            if (!isCurrentElsewhere(context)) stores.emplace_back(context.shared_from_this(), &context.m_store);
+        });
+        return stores;
+    }
+
+    /// Deletes the newest of the states that match; false if none does.
+    template <class Predicate>
+    static bool eraseNewest(ContextImpl<scope::Process>& process, InstanceManager& store, const Predicate& matches) {
+        InstanceManager::StateList extracted;
+        {
+            const std::lock_guard lock(process.m_mutex);
+            const auto newest = std::find_if(store.m_list.begin(), store.m_list.end(), matches);
+            if (newest == store.m_list.end()) return false;
+            store.extract(newest->typeID, extracted);
+        }  // unlocked again: the deleter may use the contexts
+        for (InstanceManager::Item& state : extracted)
+            InstanceManager::erase(state.typeID, std::move(state));
+        return !extracted.empty();
+    }
+};
+
+}  // namespace
+
+namespace foundation::tav::management {
+
+std::vector<ContextRecord> inspectContexts() {
+    ContextImpl<scope::Process>* const process = requiredContext<scope::Process>();
+    return process ? Inspection::records(*process) : std::vector<ContextRecord>();
+}
+
+std::uint64_t eraseStatesDeletedBy(const void* begin, const void* end) {
+    ContextImpl<scope::Process>* const process = requiredContext<scope::Process>();
+    if (!process) return 0;
+    const auto matches = [begin, end](const StatePtr& state) {
+        const auto deleter = reinterpret_cast<std::uintptr_t>(state.get_deleter());
+        return deleter >= reinterpret_cast<std::uintptr_t>(begin) && deleter < reinterpret_cast<std::uintptr_t>(end);
+    };
+    const std::shared_ptr<const void> shared = process->shared_from_this();  // a deleter may free its handle
+    const Inspection::Stores stores = Inspection::stores(*process);
+    std::uint64_t erased = 0;
+    for (auto store = stores.rbegin(); store != stores.rend(); ++store)
+        while (Inspection::eraseNewest(*process, **store, matches))
+            ++erased;
+    return erased;
+}
+
+}  // namespace foundation::tav::management

@@ -25,6 +25,9 @@ NOTHING = "nothing"
 DIFFERENCES = {
     "trace point, masked": ("counter with a masked trace point", "counter"),
     "scope trace, masked": ("counter with a masked scope trace", "counter"),
+    "typed find above Detail's, Process": ("typed find, Process", "object found, Process"),
+    "typed find above Detail's, Workspace": ("typed find, Workspace", "object found, Workspace"),
+    "typed find above Detail's, Zarn": ("typed find, Zarn", "object found, Zarn"),
 }
 
 

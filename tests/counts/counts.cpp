@@ -1,6 +1,7 @@
 // Runs one operation after the other under callgrind, which counts the instructions of `measured` and of all that it
 // calls. Each operation is one part of callgrind's output, named after it.
 
+#include <foundation/state/state.h>
 #include <foundation/tav/context.h>
 #include <foundation/tav/context_activator.h>
 #include <foundation/tav/detail.h>
@@ -25,6 +26,12 @@ using foundation::tav::scope::Workspace;
 using foundation::tav::scope::Zarn;
 
 struct Widget {};
+
+/// A state type of the typed layer.
+template <class Scope>
+struct Typed {
+    using StateScope = Scope;
+};
 
 constinit Widget widget;
 
@@ -76,6 +83,22 @@ void countFind(const char* name) {
     count(name, [id = presentID<Scope>()] { use(Detail<Scope>::find(id, typeid(Widget))); });
 }
 
+/// What a caller of `Detail` does to get at the object, with an id that is a constant.
+template <class Scope>
+void countObject(const char* name) {
+    count(name, [id = presentID<Scope>()] {
+        const StatePtr* const state = Detail<Scope>::find(id, typeid(Widget));
+        use(state ? state->get() : nullptr);
+    });
+}
+
+/// The same through the typed layer.
+template <class Scope>
+void countTypedFind(const char* name) {
+    foundation::state::create<Typed<Scope>>();
+    count(name, [] { use(foundation::state::find<Typed<Scope>>()); });
+}
+
 void countFindOrInsert() {
     StatePtr offered = makeState();  // stays here, since one is present
     count("findOrInsert present",
@@ -119,6 +142,12 @@ int main() {
     countFind<Process>("find, Process");
     countFind<Zarn>("find, Zarn");
     countFind<Workspace>("find, Workspace");
+    countObject<Process>("object found, Process");
+    countObject<Zarn>("object found, Zarn");
+    countObject<Workspace>("object found, Workspace");
+    countTypedFind<Process>("typed find, Process");
+    countTypedFind<Zarn>("typed find, Zarn");
+    countTypedFind<Workspace>("typed find, Workspace");
     countFindOrInsert();
     countInsertErase<Zarn>("insert and erase, Zarn");
     countInsertErase<Process>("insert and erase, Process");

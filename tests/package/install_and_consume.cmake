@@ -7,6 +7,6 @@ execute_process(
           -DCMAKE_PREFIX_PATH=${WORK}/moved COMMAND_ERROR_IS_FATAL ANY OUTPUT_QUIET)
 execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK}/build COMMAND_ERROR_IS_FATAL ANY OUTPUT_QUIET)
 execute_process(COMMAND ${WORK}/build/consumer OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
-if(NOT output STREQUAL "found: 42\ndeleted\n")
+if(NOT output STREQUAL "asked: 6 x 7\nfound: 42\ndeleted\n")
   message(FATAL_ERROR "The consumer printed: ${output}")
 endif()

@@ -1,15 +1,13 @@
 #pragma once
 
 /// @file
-/// The end of every misuse that the library detects.
+/// The library's own operations report as the layers above do.
 
-#include <foundation/tav/error.h>
+#include <foundation/tav/report.h>
 
 namespace foundation::tav::detail {
 
-/// Writes the record to the trace, calls the installed handler, and ends the process if that returns. What the handler
-/// throws goes to the caller; nothing else comes out.
-[[noreturn, gnu::cold]] void reportError(const ErrorInfo& info);
+using tav::reportError;
 
 /// Reports the `ErrorInfo` that `describe` returns. Not inlined, so that composing a message takes no registers and
 /// stack of operations that go well.

@@ -1,0 +1,83 @@
+#include <dlfcn.h>
+#include <foundation/core/diag.h>
+#include <foundation/state/detail/registry.h>
+#include <foundation/state/module.h>
+#include <foundation/state/type_id.h>
+#include <foundation/tav/inspect.h>
+#include <foundation/tav/report.h>
+#include <foundation/tav/scope.h>
+#include <foundation/tav/unload.h>
+#include <link.h>
+#include <algorithm>
+#include <cerrno>
+#include <functional>
+#include <locale>
+#include <sstream>
+
+namespace foundation::state {
+namespace {
+
+using tav::management::ContextRecord;
+
+bool contains(const Module& module, tav::StateDeleter deleter) {
+    const void* const address = reinterpret_cast<const void*>(deleter);
+    return !std::less<>()(address, module.begin) && std::less<>()(address, module.end);
+}
+
+bool isInUse(const ContextRecord& context) { return context.activations > 0 && !context.isCurrent; }
+
+std::string nameOf(const std::type_info& scope, std::uint64_t id) {
+    const std::string name = typeName(scope, id);
+    return name.empty() ? "(id " + std::to_string(id) + ")" : name;
+}
+
+[[noreturn]] void reportInUse(const Module& module, const OwnedState& state) {
+    std::ostringstream message;
+    message.imbue(std::locale::classic());
+    message << "Cannot erase the states of '" << module.file << "': the one of type '" << state.type
+            << "' is in the context " << state.context << " with scope '"
+            << core::diag::detail::demangle_typeid_name(state.scope->name(), false)
+            << "', which is current on another thread. Deactivate the context there before the module is unloaded.";
+    tav::reportError({message.str(), __FILE__, __LINE__, "foundation::state::eraseStatesOf"});
+}
+
+}  // namespace
+
+Module moduleOf(const void* address) {
+    dl_find_object found{};
+    if (_dl_find_object(const_cast<void*>(address), &found) != 0) return {};
+    const char* const file = found.dlfo_link_map->l_name;
+    // The loader has no name for the program itself.
+    return {*file ? file : program_invocation_name, found.dlfo_map_start, found.dlfo_map_end};
+}
+
+std::vector<OwnedState> statesOf(const Module& module) {
+    std::vector<OwnedState> owned;
+    for (const ContextRecord& context : tav::management::inspectContexts())
+        for (const tav::management::StateRecord& state : context.states)
+            if (contains(module, state.deleter))
+                owned.push_back(
+                    {nameOf(*context.scope, state.typeID), context.scope, context.address, isInUse(context)});
+    return owned;
+}
+
+void eraseStatesOf(const Module& module) {
+    for (auto owned = statesOf(module); !owned.empty(); owned = statesOf(module)) {
+        const auto used = std::find_if(owned.begin(), owned.end(), [](const auto& state) { return state.isInUse; });
+        if (used != owned.end()) reportInUse(module, *used);
+        tav::management::eraseStatesDeletedBy(module.begin, module.end);
+    }
+}
+
+ModuleGuard::ModuleGuard() : m_module(moduleOf(this)) {
+    if (m_module.file.empty())
+        tav::reportError({"A module guard must be a static object of the module that it guards.", __FILE__, __LINE__,
+                          "foundation::state::ModuleGuard::ModuleGuard"});
+}
+
+ModuleGuard::~ModuleGuard() {
+    eraseStatesOf(m_module);
+    detail::Registry::instance().removeUses(m_module);
+}
+
+}  // namespace foundation::state
