@@ -1,5 +1,6 @@
 // Lookups: the three scopes, the operations that find what is there, their floors, and what else a host could use.
 
+#include <foundation/state/state.h>
 #include <boost/any.hpp>
 #include <boost/asio/execution_context.hpp>
 #include <memory>
@@ -165,6 +166,26 @@ void BM_FindProcessContendedFloor(benchmark::State& state) {
     measureContention(state, [](auto id, auto& type) { return floor::findInProcess(id, type); });
 }
 BENCHMARK(BM_FindProcessContendedFloor)->UseManualTime();
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The typed layer
+
+template <std::size_t index>
+struct TypedEntry {
+    using StateScope = Zarn;
+    std::uint64_t value;
+};
+
+void BM_FindTyped(benchmark::State& state) {
+    const Host host;
+    [&]<std::size_t... index>(std::index_sequence<index...>) {
+        (foundation::state::create<TypedEntry<index>>(index), ...);
+        while (state.KeepRunningBatch(entryCount))
+            (use(foundation::state::find<TypedEntry<index>>()), ...);
+    }
+    (std::make_index_sequence<entryCount>());
+}
+BENCHMARK(BM_FindTyped);
 
 // ---------------------------------------------------------------------------------------------------------------------
 // What else a host could keep its state in, each asked for every entry in turn

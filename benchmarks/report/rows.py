@@ -162,6 +162,7 @@ PEERS = [
     ("function-local static", "BM_FindLocalStatic"),
     ("thread_local object", "BM_FindThreadLocal"),
     ("find, Zarn", "BM_FindZarnObject"),
+    ("find by type, Zarn", "BM_FindTyped"),
     ("find, Process", "BM_FindProcess"),
     ("map of any, 20 entries", "BM_FindAnyMap"),
     ("map of shared_ptr, 20 entries", "BM_FindMap"),
@@ -176,6 +177,9 @@ PEER_ROWS = [
     for title, name in PEERS
     if not title.startswith("find")
 ] + [
+    Row("find by type, Zarn", "BM_FindTyped", "BM_FindZarnObject", "find, Zarn, to the object"),
+    Row("find by type, Zarn", "BM_FindTyped", "BM_FindAsioService<10>", "asio, 10 services"),
+    Row("find by type, Zarn", "BM_FindTyped", "BM_FindMapLocked", "the map behind a mutex"),
     Row("insert + erase, Zarn", "BM_InsertEraseZarn", "BM_InsertEraseMap", "map of shared_ptr"),
     Row("create + destroy, empty, Zarn", "BM_CreateZarn", "BM_CreateAsioContext", "asio context"),
 ]
