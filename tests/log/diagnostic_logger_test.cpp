@@ -103,7 +103,8 @@ constexpr unsigned users = 4;
 // Loggers made, masks set and masks read on many threads at once.
 TEST(SeverityMask, MayBeUsedByManyThreadsAtOnce) {
     const ScopedMask restored("test::threads");
-    // Boost.Log makes its table of attribute names at the first use, guarded in a way that the thread sanitizer can't see.
+    // Boost.Log makes its table of attribute names at the first use, guarded in a way that the thread sanitizer can't
+    // see.
     const diagnostic_logger first("test::threads");
     std::barrier start(users);
     std::vector<std::thread> threads;

@@ -39,15 +39,17 @@ std::vector<Entry> corpus() {
     return entries;
 }
 
-/// The corpus run once, for all tests.
+/// The corpus run once.
 struct CorpusRun {
-    CorpusRun() {
+    explicit CorpusRun(Layer layer) {
         for (const Entry& entry : corpus())
-            if (const auto divergence = run(entry.program, coverage)) divergences += entry.name + ":\n" + *divergence;
+            if (const auto divergence = run(entry.program, layer, coverage))
+                divergences += entry.name + ":\n" + *divergence;
     }
 
+    /// The one on the bare layer, for all tests.
     static const CorpusRun& get() {
-        static const CorpusRun run;
+        static const CorpusRun run(Layer::bare);
         return run;
     }
 
@@ -71,6 +73,16 @@ std::vector<Kind> missing(const std::vector<Kind>& reached) {
 TEST(Corpus, ReachesEveryOperation) {
     EXPECT_THAT(missing(CorpusRun::get().coverage.kinds), IsEmpty());
     EXPECT_THAT(missing(CorpusRun::get().coverage.nestedKinds), IsEmpty());
+}
+
+// Through the typed layer it has the same effects as well, and comes to each operation and to what only this reports.
+TEST(Corpus, TypedProgramsAgree) {
+    const CorpusRun typed(Layer::typed);
+    EXPECT_EQ(typed.divergences, "");
+    EXPECT_THAT(missing(typed.coverage.kinds), IsEmpty());
+    EXPECT_THAT(missing(typed.coverage.nestedKinds), IsEmpty());
+    EXPECT_THAT(typed.coverage.reports, Contains(StartsWith("Attempting to insert a null pointer as state of type ")));
+    EXPECT_EQ(typed.coverage.failedAllocations > 0, canAllocationsFail);
 }
 
 // And to each misuse that is reported, and to allocations that fail.

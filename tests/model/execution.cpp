@@ -42,9 +42,34 @@ void describe(std::ostream& stream, const std::string& result, const std::vector
     }
 }
 
+/// A call as the model says that it may end.
+struct Outcome {
+    Effect effect;
+    Model after;
+};
+
+/// The ways in which an allocation that fails may leave a call at its beginning.
+std::vector<Outcome> abandonments(const Action& action, const Model& before) {
+    std::vector<Outcome> outcomes;
+    const auto add = [&](bool isMade) {
+        outcomes.push_back({{}, before});
+        outcomes.back().effect = outcomes.back().after.abandon(action, isMade);
+    };
+    add(true);
+    if (action.offer == Offer::construction) add(false);
+    return outcomes;
+}
+
+/// Takes what deleters call besides; false if that isn't the same of a state that dies either way.
+bool takeOver(const DeathCalls& more, DeathCalls& calls) {
+    return std::all_of(more.begin(), more.end(),
+                       [&](const auto& call) { return calls.insert(call).first->second == call.second; });
+}
+
 class Execution {
 public:
-    explicit Execution(Coverage& coverage) : m_coverage(coverage) {}
+    Execution(Layer layer, Coverage& coverage)
+        : m_coverage(coverage), m_world(layer), m_model(layer, World::isStrict(), m_world.nextIDs()) {}
 
     std::optional<std::string> run(const Program& program);
 
@@ -52,17 +77,17 @@ private:
     enum class Origin : std::uint8_t { program, cleanup };
 
     bool perform(const Operation& operation, Origin origin);
-    bool isAsExpected(const Effect& effect, const World::Seen& seen, const Model& after);
-    bool isAsExpectedOfFailure(const Effect& effect, const World::Seen& seen, const Model& after);
+    bool isAsExpected(const Outcome& outcome, const World::Seen& seen);
+    bool isAsExpectedOfFailure(const Outcome& outcome, const World::Seen& seen);
     bool areSameButForReport(const Effect& effect, const World::Seen& seen);
     void cleanUp();
     void performAll(const Kind& kind);
     void cover(const Action& action, Origin origin, const Effect& effect, const World::Seen& seen);
-    void diverge(const Effect& effect, const Model& after, const World::Seen& seen);
+    void diverge(const Outcome& outcome, const World::Seen& seen);
 
     Coverage& m_coverage;
     World m_world;
-    Model m_model{World::isStrict(), m_world.nextIDs()};
+    Model m_model;
     Comparison m_comparison;
     std::ostringstream m_calls;
     std::size_t m_count = 0;
@@ -82,49 +107,55 @@ std::optional<std::string> Execution::run(const Program& program) {
 
 /// False if the call isn't made, since it can't be or has no defined effect.
 bool Execution::perform(const Operation& operation, Origin origin) {
-    Model after = m_model;
-    const std::optional<Action> action = after.resolve(operation);
+    Model before = m_model;
+    const std::optional<Action> action = before.resolve(operation);
     if (!action) return false;
-    Model abandoned = after;
-    const Effect effect = after.perform(*action);
+    Outcome whole{{}, before};
+    whole.effect = whole.after.perform(*action);
+    const Effect& effect = whole.effect;
     if (!effect.isDefined) return false;
 
     // A refused activation stays counted, which shows much later only: here it must be certain how far the call came.
     const bool isRefusedActivation = action->kind.verb >= Verb::activateNothing &&
                                      action->kind.verb <= Verb::activateSet &&
                                      std::any_of(effect.events.begin(), effect.events.end(), isReport);
-    // What deleters do is settled before the call, which must be the same for both ways that it may go, then.
     const bool canFail = canAllocationsFail && operation.failingAllocation > 0 && !isRefusedActivation;
-    const Effect none = canFail ? abandoned.abandon(*action) : Effect();
-    const bool isSettled = none.isDefined && (none.atDeath.empty() || none.atDeath == effect.atDeath);
+    const std::vector<Outcome> abandoned = canFail ? abandonments(*action, before) : std::vector<Outcome>();
+    // What deleters do is settled before the call, which must be the same for all ways that it may go, then.
+    DeathCalls atDeath = effect.atDeath;
+    const bool isSettled = std::all_of(abandoned.begin(), abandoned.end(), [&](const Outcome& outcome) {
+        return outcome.effect.isDefined && takeOver(outcome.effect.atDeath, atDeath);
+    });
     const unsigned failingAllocation = canFail && isSettled ? operation.failingAllocation : 0;
     m_calls << ++m_count << ". " << *action;
     if (failingAllocation > 0) m_calls << ", allocation " << failingAllocation << " fails";
     if (offersState(action->kind) && operation.atDeath) m_calls << ", at death " << *operation.atDeath;
     m_calls << '\n';
 
-    const World::Seen seen = m_world.perform(*action, failingAllocation, effect.atDeath);
+    const World::Seen seen = m_world.perform(*action, failingAllocation, atDeath);
     cover(*action, origin, effect, seen);
-    if (seen.hasAllocationFailed) {
-        if (!isAsExpectedOfFailure(effect, seen, after)) {
-            if (!isAsExpectedOfFailure(none, seen, abandoned)) diverge(effect, after, seen);
-            after = std::move(abandoned);
-        }
-    } else if (!isAsExpected(effect, seen, after)) {
-        diverge(effect, after, seen);
-    }
-    m_model = std::move(after);
+    m_model = whole.after;
+    if (seen.hasAllocationFailed ? isAsExpectedOfFailure(whole, seen) : isAsExpected(whole, seen)) return true;
+    const auto outcome = std::find_if(abandoned.begin(), abandoned.end(), [&](const Outcome& other) {
+        return seen.hasAllocationFailed && isAsExpectedOfFailure(other, seen);
+    });
+    if (outcome == abandoned.end())
+        diverge(whole, seen);
+    else
+        m_model = outcome->after;
     return true;
 }
 
-bool Execution::isAsExpected(const Effect& effect, const World::Seen& seen, const Model& after) {
-    return seen.result == effect.result && m_comparison.isSame(effect.events, seen.events) &&
-           m_world.observe(after.lookups()) == after.observe();
+bool Execution::isAsExpected(const Outcome& outcome, const World::Seen& seen) {
+    return seen.result == outcome.effect.result && m_comparison.isSame(outcome.effect.events, seen.events) &&
+           m_world.observe(outcome.after.lookups()) == outcome.after.observe();
 }
 
-bool Execution::isAsExpectedOfFailure(const Effect& effect, const World::Seen& seen, const Model& after) {
-    const bool isResult = seen.result == effect.result || seen.result == withoutMessage(effect.result);
-    return isResult && areSameButForReport(effect, seen) && m_world.observe(after.lookups()) == after.observe();
+bool Execution::isAsExpectedOfFailure(const Outcome& outcome, const World::Seen& seen) {
+    const std::string& result = outcome.effect.result;
+    const bool isResult = seen.result == result || seen.result == withoutMessage(result);
+    return isResult && areSameButForReport(outcome.effect, seen) &&
+           m_world.observe(outcome.after.lookups()) == outcome.after.observe();
 }
 
 bool Execution::areSameButForReport(const Effect& effect, const World::Seen& seen) {
@@ -172,16 +203,18 @@ void Execution::cover(const Action& action, Origin origin, const Effect& effect,
     addOnce(m_coverage.kinds, action.kind);
 }
 
-void Execution::diverge(const Effect& effect, const Model& after, const World::Seen& seen) {
+void Execution::diverge(const Outcome& outcome, const World::Seen& seen) {
     m_calls << "The model says:\n";
-    describe(m_calls, effect.result, effect.events, after.observe());
+    describe(m_calls, outcome.effect.result, outcome.effect.events, outcome.after.observe());
     m_calls << "The library has done:\n";
-    describe(m_calls, seen.result, seen.events, m_world.observe(after.lookups()));
+    describe(m_calls, seen.result, seen.events, m_world.observe(outcome.after.lookups()));
     m_divergence = m_calls.str();
 }
 
 }  // namespace
 
-std::optional<std::string> run(const Program& program, Coverage& coverage) { return Execution(coverage).run(program); }
+std::optional<std::string> run(const Program& program, Layer layer, Coverage& coverage) {
+    return Execution(layer, coverage).run(program);
+}
 
 }  // namespace foundation::tests::model

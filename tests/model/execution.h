@@ -23,6 +23,6 @@ struct Coverage {
 };
 
 /// Where library and model first differ, with the calls up to there, if they do.
-std::optional<std::string> run(const Program& program, Coverage& coverage);
+std::optional<std::string> run(const Program& program, Layer layer, Coverage& coverage);
 
 }  // namespace foundation::tests::model

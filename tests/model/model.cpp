@@ -22,10 +22,6 @@ const std::string contextRequired =
     "'Workspace' scoped states require an active 'Zarn' context; 'Process' scoped states require an active 'Process' "
     "context.";
 
-std::string typeName(int type) {
-    return type == 0 ? "foundation::tests::model::Alpha" : "foundation::tests::model::Beta";
-}
-
 std::string tagName(Scope scope) { return "foundation::tav::scope::" + std::string(nameOf(scope)); }
 
 // As functions are named in reports.
@@ -39,12 +35,6 @@ std::string signature(Scope scope, std::string_view function) {
 }
 
 std::string address(int context) { return context == 0 ? "0" : "@" + std::to_string(context); }
-
-std::string doesNotExist(int type) {
-    return "Type '" + typeName(type) +
-           "' does not exist in TAV. The caller requested pre-existing state of the specified type, but it was never "
-           "created.";
-}
 
 Scope childScope(Scope scope) { return scope == Scope::process ? Scope::zarn : Scope::workspace; }
 
@@ -153,10 +143,9 @@ void Model::write(unsigned severity, const std::string& text) {
          "[foundation::tav] " + std::to_string(severity) + " " + std::string(2 * here().indentation, ' ') + text);
 }
 
-void Model::report(const std::string& function, const std::string& message) {
-    trace(512, "m_function=" + function + "  m_file=foundation/tav/management.cpp  m_line=#  m_message=" + message +
-                   callerBug);
-    note(Event::Kind::report, "handler " + std::to_string(m_handler) + ", " + function + ": " + message);
+void Model::report(const std::string& function, const std::string& message, const std::string& file) {
+    trace(512, "m_function=" + function + "  m_file=" + file + "  m_line=#  m_message=" + message + callerBug);
+    note(Event::Kind::report, "handler " + std::to_string(m_handler) + ", " + file + ", " + function + ": " + message);
     throw Failure{"misuse: " + message, message};
 }
 
@@ -397,17 +386,34 @@ std::string Model::contextOperation(const Action& action) {
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// Detail<Scope>
+// Detail<Scope>, and the typed layer
+
+std::string Model::typeName(const Action& action) const {
+    if (m_layer == Layer::typed)
+        return "foundation::tests::model::World::Typed<" + tagName(action.kind.scope) + ", " +
+               std::to_string(action.type) + ">";
+    return action.type == 0 ? "foundation::tests::model::Alpha" : "foundation::tests::model::Beta";
+}
+
+std::string Model::doesNotExist(const Action& action) const {
+    return "Type '" + typeName(action) +
+           "' does not exist in TAV. The caller requested pre-existing state of the specified type, but it was never "
+           "created.";
+}
 
 int Model::requiredContext(Scope scope) const { return currentOn(m_thread, scope); }
 
 int Model::requireContext(Scope contextScope, const Action& action) {
+    return requireContext(contextScope, action, action.kind.verb);
+}
+
+int Model::requireContext(Scope contextScope, const Action& action, Verb verb) {
     const int context = requiredContext(contextScope);
     if (context != 0) return context;
-    const std::string name(nameOf(action.kind.verb));
+    const std::string name(nameOf(verb));
     report(member("foundation::tav::Detail", action.kind.scope, name),
            "Cannot call " + name + "(): No active TAV context with scope '" + tagName(action.kind.scope) +
-               "' (specified for state type '" + typeName(action.type) + "'). " + contextRequired);
+               "' (specified for state type '" + typeName(action) + "'). " + contextRequired);
 }
 
 int Model::find(int context, std::uint64_t typeID) {
@@ -425,7 +431,7 @@ int Model::stateIn(int context, std::uint64_t typeID) const {
 }
 
 std::string Model::stateDetails(const Action& action, int context) const {
-    return " typeID=" + std::to_string(action.typeID) + " getName(type)=" + typeName(action.type) +
+    return " typeID=" + std::to_string(action.typeID) + " getName(type)=" + typeName(action) +
            " this=" + address(context);
 }
 
@@ -433,7 +439,7 @@ void Model::store(int context, const Action& action, const std::string& function
     Context& self = m_contexts.at(context);
     if (self.state != State::running && m_isStrict)
         report(function,
-               "Attempting to insert state of type '" + typeName(action.type) + "' after active context was shutdown.");
+               "Attempting to insert state of type '" + typeName(action) + "' after active context was shutdown.");
     self.stored.push_back({action.typeID, action.state});
 }
 
@@ -442,7 +448,7 @@ std::string Model::insert(int context, const Action& action) {
     const ScopeRecord record(*this, signature(scope, "insert"), stateDetails(action, context));
     const std::string function = member("ContextImpl", scope, "insert");
     if (find(context, action.typeID) != 0)
-        report(function, "State of type '" + typeName(action.type) +
+        report(function, "State of type '" + typeName(action) +
                              "' already inserted. Consider using 'findOrInsert' to safely retrieve the existing state "
                              "or insert one if absent.");
     store(context, action, function);
@@ -464,15 +470,24 @@ int Model::extract(int context, std::uint64_t typeID) {
     return state;
 }
 
+void Model::makeState(int state) {
+    note(Event::Kind::birth, std::to_string(state));
+    m_living.at(state).isMade = true;
+}
+
 void Model::deleteState(std::uint64_t typeID, int state) {
     const ScopeRecord record(*this, "InstanceManager::erase", " typeID=" + std::to_string(typeID));
+    die(state);
+}
+
+void Model::die(int state) {
     note(Event::Kind::death, std::to_string(state));
-    const std::optional<Call> call = m_living.at(state);
+    const std::optional<Call> call = m_living.at(state).atDeath;
     m_living.erase(state);
     const std::optional<Action> action = call ? resolve(*call, m_thread, true) : std::nullopt;
+    m_effect.atDeath[state] = action;
     if (!action) return;
     adopt(*action, std::nullopt);
-    m_effect.atDeath[state] = *action;
     m_effect.nested.push_back(action->kind);
     std::ostringstream text;
     text << *action;
@@ -513,14 +528,37 @@ std::uint64_t Model::eraseAll(int process, const Action& action) {
 std::string Model::offer(const Action& action) {
     std::string result;
     try {
-        const int context = requireContext(action.kind.scope, action);
-        result = action.kind.verb == Verb::insert ? insert(context, action) : findOrInsert(context, action);
+        result = take(action);
     } catch (const Failure& failure) {
         result = failure.result;
     }
-    if (result == "state " + std::to_string(action.state)) return result + ", taken";
-    m_living.erase(action.state);
-    return result + ", kept";
+    return result == "state " + std::to_string(action.state) ? result : result + refuse(action);
+}
+
+std::string Model::take(const Action& action) {
+    const Scope scope = action.kind.scope;
+    const bool isInsert = action.kind.verb == Verb::insert;
+    if (action.offer != Offer::statePtr) {
+        if (action.offer == Offer::nullPtr)
+            report("foundation::state::insert",
+                   "Attempting to insert a null pointer as state of type '" + typeName(action) +
+                       "'. Insert an object, or 'erase' the state to have none.",
+                   "foundation/state/registry.cpp");
+        const int present = isInsert ? 0 : find(requireContext(scope, action, Verb::find), action.typeID);
+        if (present != 0) return "state " + std::to_string(present);
+        makeState(action.state);
+    }
+    const int context = requireContext(scope, action);
+    return isInsert ? insert(context, action) : findOrInsert(context, action);
+}
+
+/// What becomes of a state that isn't stored: the typed layer deletes it, if there is one at all.
+std::string Model::refuse(const Action& action) {
+    if (m_living.at(action.state).isMade)
+        die(action.state);
+    else
+        m_living.erase(action.state);
+    return action.offer == Offer::statePtr ? ", kept" : "";
 }
 
 std::string Model::stateOperation(const Action& action) {
@@ -531,21 +569,20 @@ std::string Model::stateOperation(const Action& action) {
             return found(find(requireContext(scope, action), action.typeID));
         case Verb::findOrFail: {
             const int state = find(requireContext(scope, action), action.typeID);
-            if (state == 0) report(member("foundation::tav::Detail", scope, "findOrFail"), doesNotExist(action.type));
+            if (state == 0) report(member("foundation::tav::Detail", scope, "findOrFail"), doesNotExist(action));
             return found(state);
         }
         case Verb::findOrThrow: {
             const int context = requiredContext(scope);
             if (context == 0)
-                throw Failure{"NoActiveContextTypeError " + typeName(action.type) +
-                                  ": No active TAV context with scope specified for state type '" +
-                                  typeName(action.type) + "'. " + contextRequired + callerBug,
+                throw Failure{"NoActiveContextTypeError " + typeName(action) +
+                                  ": No active TAV context with scope specified for state type '" + typeName(action) +
+                                  "'. " + contextRequired + callerBug,
                               {}};
             const int state = find(context, action.typeID);
             if (state == 0)
-                throw Failure{
-                    "DoesNotExistTypeError " + typeName(action.type) + ": " + doesNotExist(action.type) + callerBug,
-                    {}};
+                throw Failure{"DoesNotExistTypeError " + typeName(action) + ": " + doesNotExist(action) + callerBug,
+                              {}};
             return found(state);
         }
         case Verb::erase:
@@ -553,8 +590,9 @@ std::string Model::stateOperation(const Action& action) {
         case Verb::eraseAll:
             return std::to_string(eraseAll(requireContext(Scope::process, action), action));
         case Verb::getNextID: {
+            if (m_layer == Layer::typed) return std::to_string(action.typeID);
             const std::string id = std::to_string(m_nextIDs[indexOf(scope)]++);
-            trace(16, "getNextID  scope=" + tagName(scope) + "  id=" + id + "  type=" + typeName(action.type));
+            trace(16, "getNextID  scope=" + tagName(scope) + "  id=" + id + "  type=" + typeName(action));
             return id;
         }
         case Verb::isRequiredContextActive:
@@ -735,12 +773,15 @@ Effect Model::perform(const Action& action) {
     return std::exchange(m_effect, {});
 }
 
-Effect Model::abandon(const Action& action) {
+Effect Model::abandon(const Action& action, bool isMade) {
     m_thread = action.thread;
     m_effect = {};
     if (action.kind.verb == Verb::activateSet) releaseContexts(takeSet(action.from));
-    if (offersState(action.kind)) m_living.erase(action.state);
-    m_effect.result = offersState(action.kind) ? "bad_alloc, kept" : "bad_alloc";
+    m_effect.result = "bad_alloc";
+    if (offersState(action.kind)) {
+        if (isMade && action.offer != Offer::statePtr && action.offer != Offer::nullPtr) makeState(action.state);
+        m_effect.result += refuse(action);
+    }
     return std::exchange(m_effect, {});
 }
 
@@ -757,7 +798,7 @@ std::optional<Action> Model::resolve(const Operation& operation) {
 void Model::adopt(const Action& action, const std::optional<Call>& atDeath) {
     if (!offersState(action.kind)) return;
     m_lastState = action.state;
-    m_living[action.state] = atDeath;
+    m_living[action.state] = {.atDeath = atDeath};
 }
 
 std::optional<Action> Model::resolve(const Call& call, int thread, bool isNested) const {
@@ -766,9 +807,7 @@ std::optional<Action> Model::resolve(const Call& call, int thread, bool isNested
     if (verb <= Verb::destroy) {
         if (!resolveContextOperation(call, action)) return std::nullopt;
     } else if (verb <= Verb::isRequiredContextActive) {
-        action.typeID = typeIDs[call.a % usableIDs];
-        action.type = call.b % typeCount;
-        if (offersState(call.kind)) action.state = m_lastState + 1;
+        resolveStateOperation(call, action);
     } else if (verb <= Verb::getPreviousContexts) {
         if (!resolveSetOperation(call, action)) return std::nullopt;
     } else if (verb <= Verb::freeActivator) {
@@ -780,6 +819,18 @@ std::optional<Action> Model::resolve(const Call& call, int thread, bool isNested
         action.flag = call.b % 4 != 3;
     }
     return action;
+}
+
+void Model::resolveStateOperation(const Call& call, Action& action) const {
+    const bool isTyped = m_layer == Layer::typed;
+    const std::size_t id = call.a % (isTyped ? storableIDs : usableIDs);
+    action.typeID = typeIDs[id];
+    action.type = isTyped ? static_cast<int>(id) : call.b % typeCount;
+    if (!offersState(call.kind)) return;
+    action.state = m_lastState + 1;
+    if (!isTyped) return;
+    const bool isInsert = call.kind.verb == Verb::insert;
+    action.offer = isInsert ? insertOffers[call.b % insertOffers.size()] : Offer::construction;
 }
 
 bool Model::resolveContextOperation(const Call& call, Action& action) const {
@@ -983,6 +1034,7 @@ std::ostream& operator<<(std::ostream& stream, const Action& action) {
     operand(isStateOperation, "id", action.typeID);
     operand(isStateOperation || verb == Verb::getNextID, "type", action.type);
     operand(offersState(action.kind), "state", action.state);
+    operand(action.offer != Offer::statePtr, "offered as", nameOf(action.offer));
     operand(verb == Verb::exchangeHandler, "handler", action.handler);
     operand(verb == Verb::setTrace, "mask", action.mask);
     operand(verb == Verb::setTrace, "core enabled", action.flag);
@@ -991,8 +1043,8 @@ std::ostream& operator<<(std::ostream& stream, const Action& action) {
 
 std::ostream& operator<<(std::ostream& stream, const Event& event) {
     static constexpr auto names =
-        std::to_array<std::string_view>({"death of state", "report to", "failed assertion", "record", "deleter calls",
-                                         "with the result", "release of"});
+        std::to_array<std::string_view>({"birth of state", "death of state", "report to", "failed assertion", "record",
+                                         "deleter calls", "with the result", "release of"});
     return stream << names[static_cast<std::size_t>(event.kind)] << ' ' << event.text;
 }
 

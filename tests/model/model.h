@@ -27,6 +27,7 @@ struct Action {
     unsigned mask = 0;
     int handler = 0;
     int state = 0;  ///< the number of the state that is offered
+    Offer offer = Offer::statePtr;
 
     friend bool operator==(const Action&, const Action&) = default;
 };
@@ -35,7 +36,7 @@ std::ostream& operator<<(std::ostream& stream, const Action& action);
 
 /// Something that can be seen to happen during a call. The address of a context reads "@" and its number.
 struct Event {
-    enum class Kind : std::uint8_t { death, report, assertion, record, call, result, release };
+    enum class Kind : std::uint8_t { birth, death, report, assertion, record, call, result, release };
 
     Kind kind;
     std::string text;
@@ -46,27 +47,32 @@ std::ostream& operator<<(std::ostream& stream, const Event& event);
 /// By thread and scope: the number of ids, of the first in `typeIDs`, that are looked up.
 using LookupCounts = std::array<std::array<std::size_t, 3>, threadCount>;
 
+/// By state: what its deleter calls, if anything.
+using DeathCalls = std::map<int, std::optional<Action>>;
+
 /// What a call does.
 struct Effect {
     std::string result;
     std::vector<Event> events;
-    std::map<int, Action> atDeath;  ///< by state: what its deleter calls
-    bool isDefined = true;          ///< false: the library leaves open what happens, now or later
-    std::vector<Kind> nested;       ///< the calls made by deleters
+    DeathCalls atDeath;        ///< of the states that die
+    bool isDefined = true;     ///< false: the library leaves open what happens, now or later
+    std::vector<Kind> nested;  ///< the calls made by deleters
 };
 
 class Model {
 public:
     /// `nextIDs`: those that `getNextID` returns next, by scope.
-    Model(bool isStrict, const std::array<std::uint64_t, 3>& nextIDs) : m_isStrict(isStrict), m_nextIDs(nextIDs) {}
+    Model(Layer layer, bool isStrict, const std::array<std::uint64_t, 3>& nextIDs)
+        : m_layer(layer), m_isStrict(isStrict), m_nextIDs(nextIDs) {}
 
     /// The call with its operands, unless there are no objects that it could be made with.
     std::optional<Action> resolve(const Operation& operation);
 
     Effect perform(const Action& action);
 
-    /// What a call does that is left by a failed allocation before it does anything else.
-    Effect abandon(const Action& action);
+    /// What a call does that is left by a failed allocation before it does anything else; `isMade`: than to construct
+    /// the state, if that is up to the call.
+    Effect abandon(const Action& action, bool isMade);
 
     /// Whether the thread has a Zarn or Workspace context current.
     bool hasCurrent(int thread) const;
@@ -127,6 +133,10 @@ private:
         std::uint64_t slots = 0;       // of the table
         int shares = 0;
     };
+    struct Living {
+        std::optional<Call> atDeath{};
+        bool isMade = false;  // false: it may yet be constructed by the call in progress
+    };
     struct Thread {
         std::array<int, 3> current{};  // by scope; none for Process
         unsigned indentation = 0;
@@ -138,6 +148,7 @@ private:
 
     std::optional<Action> resolve(const Call& call, int thread, bool isNested) const;
     void adopt(const Action& action, const std::optional<Call>& atDeath);
+    void resolveStateOperation(const Call& call, Action& action) const;
     bool resolveContextOperation(const Call& call, Action& action) const;
     bool resolveSetOperation(const Call& call, Action& action) const;
     bool resolveActivatorOperation(const Call& call, Action& action, bool isNested) const;
@@ -146,6 +157,8 @@ private:
     std::string contextOperation(const Action& action);
     std::string stateOperation(const Action& action);
     std::string offer(const Action& action);
+    std::string take(const Action& action);
+    std::string refuse(const Action& action);
     std::string setOperation(const Action& action);
     std::string activatorOperation(const Action& action);
     std::string hostOperation(const Action& action);
@@ -174,6 +187,7 @@ private:
     // states
     int requiredContext(Scope scope) const;
     int requireContext(Scope contextScope, const Action& action);
+    int requireContext(Scope contextScope, const Action& action, Verb verb);
     int find(int context, std::uint64_t typeID);
     int stateIn(int context, std::uint64_t typeID) const;
     int currentOn(int thread, Scope scope) const;
@@ -183,9 +197,13 @@ private:
     bool erase(int context, const Action& action);
     std::uint64_t eraseAll(int process, const Action& action);
     int extract(int context, std::uint64_t typeID);
+    void makeState(int state);
     void deleteState(std::uint64_t typeID, int state);
+    void die(int state);
     std::vector<int> contextsBelow(int context, Scope scope) const;
     std::string stateDetails(const Action& action, int context) const;
+    std::string typeName(const Action& action) const;
+    std::string doesNotExist(const Action& action) const;
 
     // sets and activators
     void releaseContexts(const Contexts& contexts);
@@ -204,7 +222,8 @@ private:
     void note(Event::Kind kind, std::string text);
     void trace(unsigned severity, const std::string& text);
     void write(unsigned severity, const std::string& text);
-    [[noreturn]] void report(const std::string& function, const std::string& message);
+    [[noreturn]] void report(const std::string& function, const std::string& message,
+                             const std::string& file = "foundation/tav/management.cpp");
     void check(bool holds, const char* expression);
 
     Thread& here() { return m_threads[static_cast<std::size_t>(m_thread)]; }
@@ -212,6 +231,7 @@ private:
     Handle& handle(Scope scope, int index);
     const Handle& handle(Scope scope, int index) const;
 
+    Layer m_layer;
     bool m_isStrict;
     std::array<std::uint64_t, 3> m_nextIDs;
     std::map<int, Context> m_contexts;
@@ -223,7 +243,7 @@ private:
     std::array<Set, setCount> m_sets;
     std::array<Activator, activatorCount> m_activators;
     std::array<Thread, threadCount> m_threads;
-    std::map<int, std::optional<Call>> m_living;  // states, and what their deleters call
+    std::map<int, Living> m_living;  // states
     int m_lastState = 0;
     int m_handler = 0;
     unsigned m_mask = 0;

@@ -33,9 +33,9 @@ std::string failureOf(const Property& property, std::uint64_t seed, int programs
     return failure.str();
 }
 
-// Random programs have the same effects on the library as on the model. FOUNDATION_MODEL_SEED repeats a run that began
-// with the seed; FOUNDATION_MODEL_OPERATIONS says how many operations are enough.
-TEST(Model, RandomOperationsAgree) {
+/// Random programs have the same effects on the library as on the model. FOUNDATION_MODEL_SEED repeats a run that began
+/// with the seed; FOUNDATION_MODEL_OPERATIONS says how many operations are enough.
+void expectRandomOperationsAgree(Layer layer) {
     constexpr int programsOfASeed = 500;
     const std::uint64_t first = numberFromEnvironment("FOUNDATION_MODEL_SEED", std::random_device()());
     const std::uint64_t enough = numberFromEnvironment("FOUNDATION_MODEL_OPERATIONS", FOUNDATION_MODEL_OPERATIONS);
@@ -47,8 +47,8 @@ TEST(Model, RandomOperationsAgree) {
     const auto start = std::chrono::steady_clock::now();
     for (; coverage.calls < enough && failure.empty(); ++seed)
         failure = failureOf(
-            [&coverage] {
-                if (const auto divergence = run(*anyProgram(), coverage)) RC_FAIL(*divergence);
+            [&] {
+                if (const auto divergence = run(*anyProgram(), layer, coverage)) RC_FAIL(*divergence);
             },
             seed, programsOfASeed);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
@@ -58,6 +58,12 @@ TEST(Model, RandomOperationsAgree) {
               << (failure.empty() ? "no divergence" : "a divergence") << std::endl;
     if (!failure.empty()) FAIL() << failure << "\nRepeat with FOUNDATION_MODEL_SEED=" << seed - 1;
 }
+
+// The library does what the model says.
+TEST(Model, RandomOperationsAgree) { expectRandomOperationsAgree(Layer::bare); }
+
+// And so it does where states are reached by their types.
+TEST(Model, RandomTypedOperationsAgree) { expectRandomOperationsAgree(Layer::typed); }
 
 // Files and generators speak of the same programs.
 TEST(Program, EncodesAndDecodes) {

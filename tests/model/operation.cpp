@@ -123,6 +123,12 @@ std::string_view nameOf(Verb verb) {
     return names[static_cast<std::size_t>(verb)];
 }
 
+std::string_view nameOf(Offer offer) {
+    static constexpr auto names =
+        std::to_array<std::string_view>({"StatePtr", "Ptr", "unique_ptr", "null", "construction"});
+    return names[static_cast<std::size_t>(offer)];
+}
+
 std::ostream& operator<<(std::ostream& stream, const Kind& kind) {
     stream << nameOf(kind.verb);
     if (std::count_if(kinds.begin(), kinds.end(), [&](const Kind& other) { return other.verb == kind.verb; }) > 1)

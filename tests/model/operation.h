@@ -27,7 +27,7 @@ enum class Verb : std::uint8_t {
     deactivate,
     shutdown,
     destroy,
-    // Detail<Scope>
+    // Detail<Scope>; of the typed layer findOrCreate stands for findOrInsert, and typeID for getNextID
     find,
     findOrFail,
     findOrThrow,
@@ -141,6 +141,14 @@ inline constexpr bool canAllocationsFail = false;
 inline constexpr bool canAllocationsFail = true;
 #endif
 
+/// Through what the library's states are reached: by ids and `std::type_info`, any with any, or by types, which have
+/// the ids that tables can have.
+enum class Layer : std::uint8_t { bare, typed };
+
+/// How a state comes to where it is stored: given by the caller, who keeps a refused `StatePtr` only, or constructed in
+/// the call.
+enum class Offer : std::uint8_t { statePtr, ptr, uniquePtr, nullPtr, construction };
+
 /// Small, at both sides of the table's first growth, far beyond it; then such as no table can have, and no memory.
 inline constexpr auto typeIDs = std::to_array<std::uint64_t>(
     {0, 1, 2, 1023, 1024, 5000, std::numeric_limits<std::uint64_t>::max(), std::uint64_t{1} << 50});
@@ -153,6 +161,10 @@ inline constexpr std::size_t usableIDs = canAllocationsFail ? typeIDs.size() : u
 inline constexpr auto traceMasks = std::to_array<unsigned>({0, 16, 32, 64, 96, 98, 512, 626, 0x7fff, 0xffff8002});
 
 constexpr bool offersState(const Kind& kind) { return kind.verb == Verb::insert || kind.verb == Verb::findOrInsert; }
+
+/// Those of the typed layer's inserts.
+inline constexpr auto insertOffers =
+    std::to_array({Offer::construction, Offer::ptr, Offer::uniquePtr, Offer::construction, Offer::ptr, Offer::nullPtr});
 
 /// An operation with its operands, which are taken modulo what there is to choose from.
 struct Call {
@@ -183,6 +195,7 @@ std::vector<std::uint8_t> encode(const Program& program);
 
 std::string_view nameOf(Scope scope);  ///< "Zarn"
 std::string_view nameOf(Verb verb);
+std::string_view nameOf(Offer offer);
 
 std::ostream& operator<<(std::ostream& stream, const Kind& kind);
 std::ostream& operator<<(std::ostream& stream, const Call& call);

@@ -4,6 +4,8 @@
 #include "host_diag.h"
 
 #include <foundation/log/diagnostic_logger.h>
+#include <foundation/state/state.h>
+#include <foundation/state/type_id.h>
 #include <foundation/tav/detail.h>
 #include <foundation/tav/type_error.h>
 #include <algorithm>
@@ -45,6 +47,8 @@ template <class Tag>
 constexpr Scope scopeOf = std::is_same_v<Tag, Process> ? Scope::process
                           : std::is_same_v<Tag, Zarn>  ? Scope::zarn
                                                        : Scope::workspace;
+
+using AllTypes = std::make_integer_sequence<int, storableIDs>;
 
 const std::type_info& typeInfo(int type) { return type == 0 ? typeid(Alpha) : typeid(Beta); }
 
@@ -130,7 +134,27 @@ void Worker::work() {
 
 World* World::s_current = nullptr;
 
-World::World() : m_previousHandler(tav::setErrorHandler(&handle<0>)) {
+/// Gives the types the ids of `typeIDs`, those between to nobody.
+template <class Tag, int... types>
+void World::giveIDs(std::integer_sequence<int, types...>) {
+    std::uint64_t next = 0;
+    const auto isGiven = [&](std::uint64_t (*typeID)(), std::uint64_t id) {
+        for (; next < id; ++next)
+            Detail<Tag>::getNextID(typeid(Tag));
+        return typeID() == next++;
+    };
+    if (!(isGiven(&state::typeID<Typed<Tag, types>>, typeIDs[types]) && ...)) std::abort();
+}
+
+bool World::giveIDs() {
+    giveIDs<Process>(AllTypes());
+    giveIDs<Zarn>(AllTypes());
+    giveIDs<Workspace>(AllTypes());
+    return true;
+}
+
+World::World(Layer layer) : m_layer(layer), m_previousHandler(tav::setErrorHandler(&handle<0>)) {
+    [[maybe_unused]] static const bool areGiven = giveIDs();  // before anyone else asks for one
     s_current = this;
     observeAssertions(&noteAssertion);
     log::set_severity_mask(tavChannel, 0);
@@ -140,7 +164,7 @@ World::World() : m_previousHandler(tav::setErrorHandler(&handle<0>)) {
 
 /// After a divergence there may be anything left: it goes as well as it can.
 World::~World() {
-    const std::map<int, Action> none;
+    const DeathCalls none;
     m_atDeath = &none;
     for (std::size_t i = 0; i < m_activators.size(); ++i)
         m_workers[static_cast<std::size_t>(m_threadOf[i])].run([&] { discard(m_activators[i]); });
@@ -186,9 +210,9 @@ void World::noteRecords() {
 template <int handler>
 void World::handle(const tav::ErrorInfo& info) {
     const SparedAllocations spared;
-    const bool isPlaced = info.m_line > 0 && info.m_file == std::string_view("foundation/tav/management.cpp");
-    s_current->note(Event::Kind::report, "handler " + std::to_string(handler) + ", " + withoutUnnamed(info.m_function) +
-                                             (isPlaced ? ": " : " (no place): ") + info.m_message);
+    s_current->note(Event::Kind::report, "handler " + std::to_string(handler) + ", " + info.m_file +
+                                             (info.m_line > 0 ? ", " : " (no line), ") +
+                                             withoutUnnamed(info.m_function) + ": " + info.m_message);
     throw Misuse(info.m_message);
 }
 
@@ -198,25 +222,32 @@ void World::noteAssertion(const char* expression) {
 }
 
 void World::die(void* address) {
-    const SparedAllocations spared;
     const std::unique_ptr<Payload> payload(static_cast<Payload*>(address));
-    payload->world.m_living.erase(address);
-    payload->world.noteDeath(payload->number);
+    payload->world.noteDeath(*payload);
 }
 
-void World::noteDeath(int state) {
-    m_places.erase(state);
-    note(Event::Kind::death, std::to_string(state));
-    const auto action = m_atDeath->find(state);
-    if (action == m_atDeath->end()) return;
+void World::noteBirth(const Payload& state) {
+    const SparedAllocations spared;
+    m_living[&state] = state.number;
+    note(Event::Kind::birth, std::to_string(state.number));
+}
+
+void World::noteDeath(const Payload& state) {
+    const SparedAllocations spared;
+    m_living.erase(&state);
+    m_places.erase(state.number);
+    note(Event::Kind::death, std::to_string(state.number));
+    const auto call = m_atDeath->find(state.number);
+    if (call == m_atDeath->end() || !call->second) return;
+    const Action& action = *call->second;
     std::ostringstream text;
-    text << action->second;
+    text << action;
     note(Event::Kind::call, text.str());
-    const std::string result = resultOf(action->second);
+    const std::string result = resultOf(action);
     note(Event::Kind::result, result);
 }
 
-World::Seen World::perform(const Action& action, unsigned failingAllocation, const std::map<int, Action>& atDeath) {
+World::Seen World::perform(const Action& action, unsigned failingAllocation, const DeathCalls& atDeath) {
     Seen seen;
     m_atDeath = &atDeath;
     m_failingAllocation = failingAllocation;
@@ -295,6 +326,12 @@ std::string World::describe(const StatePtr* state) {
     return "state " + std::to_string(number) + (isAtItsPlace ? "" : ", moved");
 }
 
+std::string World::describe(const Payload* state) const {
+    if (!state) return "none";
+    const auto living = m_living.find(state);
+    return living == m_living.end() ? "a dead state" : "state " + std::to_string(living->second);
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Calls
 
@@ -346,7 +383,7 @@ std::string World::offer(const Action& action) {
             return &Detail<Tag>::insert(action.typeID, typeInfo(action.type), std::move(offered));
         return &Detail<Tag>::findOrInsert(action.typeID, typeInfo(action.type), std::move(offered));
     });
-    if (!offered) return result + ", taken";
+    if (!offered) return result;
     const std::unique_ptr<Payload> kept(static_cast<Payload*>(offered.release()));
     m_living.erase(kept.get());
     return result + ", kept";
@@ -354,6 +391,7 @@ std::string World::offer(const Action& action) {
 
 template <class Tag>
 std::string World::stateOperation(const Action& action) {
+    if (m_layer == Layer::typed) return typedOperation<Tag>(action, AllTypes());
     using State = Detail<Tag>;
     const std::uint64_t id = action.typeID;
     const std::type_info& type = typeInfo(action.type);
@@ -375,6 +413,57 @@ std::string World::stateOperation(const Action& action) {
         default:
             return offer<Tag>(action);
     }
+}
+
+template <class Tag, int... types>
+std::string World::typedOperation(const Action& action, std::integer_sequence<int, types...>) {
+    using Function = std::string (World::*)(const Action&);
+    constexpr auto operations = std::to_array<Function>({&World::operationOn<Typed<Tag, types>>...});
+    return (this->*operations[static_cast<std::size_t>(action.type)])(action);
+}
+
+template <class Type>
+std::string World::operationOn(const Action& action) {
+    switch (action.kind.verb) {
+        case Verb::find:
+            return attempt([] { return state::find<Type>(); });
+        case Verb::findOrFail:
+            return attempt([] { return &state::findOrFail<Type>(); });
+        case Verb::findOrThrow:
+            return attempt([] { return &state::findOrThrow<Type>(); });
+        case Verb::erase:
+            return attempt([] { return state::erase<Type>(); });
+        case Verb::eraseAll:
+            return attempt([] { return state::eraseAll<Type>(); });
+        case Verb::getNextID:
+            return attempt([] { return state::typeID<Type>(); });
+        case Verb::isRequiredContextActive:
+            return attempt([] { return state::isContextActive<Type>(); });
+        default:
+            return typedOffer<Type>(action);
+    }
+}
+
+template <class Type>
+std::string World::typedOffer(const Action& action) {
+    if (action.kind.verb == Verb::findOrInsert)
+        return attempt([&] { return &state::findOrCreate<Type>(*this, action.state); });
+    switch (action.offer) {
+        case Offer::ptr:
+            return typedInsert<Type>(state::make<Type>(*this, action.state));
+        case Offer::uniquePtr:
+            return typedInsert<Type>(std::make_unique<Type>(*this, action.state));
+        case Offer::nullPtr:
+            return typedInsert<Type>(std::unique_ptr<Type>());
+        default:
+            return attempt([&] { return &state::create<Type>(*this, action.state); });
+    }
+}
+
+template <class Type, class Pointer>
+std::string World::typedInsert(Pointer offered) {
+    std::string result = attempt([&] { return &state::insert<Type>(std::move(offered)); });
+    return offered ? result + ", kept" : result;
 }
 
 std::string World::setOperation(const Action& action) {

@@ -21,6 +21,7 @@
 #include <string>
 #include <thread>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace foundation::tests::model {
@@ -54,7 +55,8 @@ public:
         bool hasAllocationFailed = false;
     };
 
-    World();
+    /// `layer`: the one that the state operations are made through.
+    explicit World(Layer layer);
     ~World();
     World(const World&) = delete;
     World& operator=(const World&) = delete;
@@ -65,7 +67,7 @@ public:
     const std::array<std::uint64_t, 3>& nextIDs() const { return m_nextIDs; }
 
     /// Makes the call on its thread; the n-th allocation in it fails, none for 0. `atDeath`: what deleters call.
-    Seen perform(const Action& action, unsigned failingAllocation, const std::map<int, Action>& atDeath);
+    Seen perform(const Action& action, unsigned failingAllocation, const DeathCalls& atDeath);
 
     /// Every observable that there is between calls, worded as the model words it.
     std::string observe(const LookupCounts& lookups);
@@ -81,6 +83,20 @@ private:
         const int number;
     };
 
+    /// A state of the typed layer.
+    template <class Scope, int type>
+    struct Typed : Payload {
+        using StateScope = Scope;
+        Typed(World& owner, int state) : Payload{owner, state} { world.noteBirth(*this); }
+        ~Typed() { world.noteDeath(*this); }
+        Typed(const Typed&) = delete;
+        Typed& operator=(const Typed&) = delete;
+    };
+
+    template <class Scope, int... types>
+    static void giveIDs(std::integer_sequence<int, types...>);
+    static bool giveIDs();
+
     static void die(void* payload);
     template <int handler>
     static void handle(const tav::ErrorInfo& info);
@@ -88,7 +104,8 @@ private:
 
     void note(Event::Kind kind, std::string text);
     void noteRecords();
-    void noteDeath(int state);
+    void noteBirth(const Payload& state);
+    void noteDeath(const Payload& state);
 
     std::string resultOf(const Action& action);
     template <class Scope>
@@ -101,6 +118,14 @@ private:
     std::string stateOperation(const Action& action);
     template <class Scope>
     std::string offer(const Action& action);
+    template <class Scope, int... types>
+    std::string typedOperation(const Action& action, std::integer_sequence<int, types...>);
+    template <class Type>
+    std::string operationOn(const Action& action);
+    template <class Type>
+    std::string typedOffer(const Action& action);
+    template <class Type, class Pointer>
+    std::string typedInsert(Pointer offered);
     std::string setOperation(const Action& action);
     std::string activatorOperation(const Action& action);
     std::string hostOperation(const Action& action);
@@ -114,6 +139,7 @@ private:
     template <class Object>
     std::string free(Object*& place);
     std::string describe(const tav::StatePtr* state);
+    std::string describe(const Payload* state) const;
     static std::string describe(bool value) { return value ? "true" : "false"; }
     static std::string describe(std::uint64_t value) { return std::to_string(value); }
 
@@ -127,6 +153,7 @@ private:
 
     static World* s_current;  // handlers, deleters and observers are plain functions
 
+    const Layer m_layer;
     const tav::ErrorHandler m_previousHandler;
     RecordingSink m_sink;
     std::array<std::uint64_t, 3> m_nextIDs{};
@@ -143,7 +170,7 @@ private:
     std::unordered_map<int, const tav::StatePtr*> m_places;  // where states were found before
 
     // of the call in progress
-    const std::map<int, Action>* m_atDeath = nullptr;
+    const DeathCalls* m_atDeath = nullptr;
     unsigned m_failingAllocation = 0;
     std::vector<Event> m_events;
 };
