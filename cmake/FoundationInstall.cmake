@@ -8,7 +8,8 @@ if(FOUNDATION_HOST STREQUAL "bundled")
 endif()
 
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/foundation_tav)
-install(TARGETS ${installed_targets} EXPORT foundation_tav-targets FILE_SET HEADERS)
+install(TARGETS ${installed_targets} EXPORT foundation_tav-targets FILE_SET HEADERS
+        FILE_SET test_headers)
 install(EXPORT foundation_tav-targets NAMESPACE foundation:: DESTINATION ${config_dir})
 configure_package_config_file(cmake/foundation_tav-config.cmake.in foundation_tav-config.cmake
                               INSTALL_DESTINATION ${config_dir})

@@ -16,14 +16,19 @@ function(foundation_target_settings target)
   endif()
 endfunction()
 
-# foundation_add_library(NAME SOURCES file... HEADERS file...): the library foundation_NAME with its alias
-# foundation::NAME. HEADERS are the public ones: they are installed, and each must compile alone.
+# foundation_add_library(NAME SOURCES file... HEADERS file... [TEST_HEADERS file...]): the library foundation_NAME with its
+# alias foundation::NAME. HEADERS are the public ones: they are installed, and each must compile alone. TEST_HEADERS are
+# installed as well; they need GoogleTest, which a plain build does without.
 function(foundation_add_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS;TEST_HEADERS")
   set(target foundation_${name})
   add_library(${target} ${arg_SOURCES})
   add_library(foundation::${name} ALIAS ${target})
   target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
+  if(arg_TEST_HEADERS)
+    target_sources(${target} PUBLIC FILE_SET test_headers TYPE HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}
+                                    FILES ${arg_TEST_HEADERS})
+  endif()
   foundation_target_settings(${target})
   set_target_properties(
     ${target}
@@ -31,6 +36,7 @@ function(foundation_add_library name)
                VERSION ${PROJECT_VERSION}
                SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
                VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL}
+               INTERFACE_HEADER_SETS_TO_VERIFY HEADERS
                # The libraries lie side by side once installed, wherever that is.
                INSTALL_RPATH $ORIGIN)
   string(TOUPPER ${target} upper)

@@ -3,8 +3,9 @@
 #include <string>
 #include <string_view>
 #include "console.h"
-#include "state.h"
+#include "document_analysis.h"
 #include "states.h"
+#include "teardown_log.h"
 
 namespace text_host {
 
@@ -14,7 +15,7 @@ namespace {
 void countWord(WordCounts& document, const std::string& word) {
     auto entry = document.counts.find(word);
     if (entry == document.counts.end()) {
-        entry = document.counts.emplace(state<Dictionary>().keep(word), 0).first;
+        entry = document.counts.emplace(state::findOrFail<Dictionary>().keep(word), 0).first;
     }
     ++entry->second;
     ++document.words;
@@ -23,8 +24,8 @@ void countWord(WordCounts& document, const std::string& word) {
 }  // namespace
 
 void countWords() {
-    const auto& document = state<Document>();
-    auto& counts = insertState<WordCounts>(document.path);
+    const auto& document = state::findOrFail<Document>();
+    auto& counts = createLogged<WordCounts>(document.path);
     std::string_view rest = document.text;
     for (std::string word; takeWord(rest, word);) {
         countWord(counts, word);
@@ -32,22 +33,28 @@ void countWords() {
 }
 
 void indexDocument() {
-    const auto& document = state<WordCounts>();
-    const std::uint64_t bytes = state<Document>().text.size();
-    auto& index = state<ProjectIndex>();
+    const auto& document = state::findOrFail<WordCounts>();
+    const std::uint64_t bytes = state::findOrFail<Document>().text.size();
+    auto& index = state::findOrFail<ProjectIndex>();
     ++index.documents;
     index.words += document.words;
     index.bytes += bytes;
     for (const auto& [word, count] : document.counts) {
         index.counts[word] += count;
     }
-    const RunSummary::Totals totals = state<RunSummary>().addDocument(document.words, bytes);
-    state<Console>().showProgress(totals.documents, totals.words);
+    const RunSummary::Totals totals = state::findOrFail<RunSummary>().addDocument(document.words, bytes);
+    state::findOrFail<Console>().showProgress(totals.documents, totals.words);
+}
+
+void runPluginAnalysis() {
+    if (auto* const analysis = state::find<DocumentAnalysis>()) {
+        analysis->analyse();
+    }
 }
 
 void reportProblem(const Problem& problem) {
-    state<RunSummary>().addProblem();
-    state<Console>().showProblem(problem);
+    state::findOrFail<RunSummary>().addProblem();
+    state::findOrFail<Console>().showProblem(problem);
 }
 
 }  // namespace text_host

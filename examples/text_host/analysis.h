@@ -18,6 +18,11 @@ void countWords();
 /// REQUIRES: `countWords()` was called for the document.
 void indexDocument();
 
+/// Runs the analysis of the plugin, if there is one, on the current document.
+///
+/// REQUIRES: `indexDocument()` was called for the document.
+void runPluginAnalysis();
+
 /// Tells the user, and remembers that the run is incomplete.
 void reportProblem(const Problem& problem);
 

@@ -21,7 +21,7 @@ namespace tav = foundation::tav;
 /// Every operation may be called from any number of threads at once.
 class Console {
 public:
-    using Scope = tav::scope::Process;
+    using StateScope = tav::scope::Process;
 
     /// Progress is shown only if the stream is interactive, and at most once per interval.
     Console(std::ostream& out, bool isInteractive, std::chrono::milliseconds interval = std::chrono::milliseconds(100))

@@ -1,5 +1,6 @@
 // text_host: an application whose state lives in contexts. See states.h for what there is, projects.cpp for the
-// contexts and threads, analysis.cpp for code that works in them, misuse.cpp for what happens when it goes wrong.
+// contexts and threads, analysis.cpp for code that works in them, plugin.cpp for code that is added while it runs,
+// misuse.cpp for what happens when it goes wrong.
 
 #include <foundation/log/console.h>
 #include <foundation/log/diagnostic_logger.h>
@@ -8,14 +9,18 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <thread>
+#include "analysis.h"
 #include "console.h"
+#include "document_analysis.h"
 #include "misuse.h"
 #include "options.h"
+#include "plugin.h"
 #include "projects.h"
 #include "report.h"
-#include "state.h"
 #include "states.h"
+#include "teardown_log.h"
 
 namespace text_host {
 
@@ -42,13 +47,13 @@ std::size_t threadsFor(const Options& options) {
 }
 
 // The oldest states die last: the teardown log has to see all the others go.
-void insertRunStates(const Options& options, std::vector<std::string>& deaths) {
+void createRunStates(const Options& options, std::vector<std::string>& deaths) {
     if (options.teardown) {
-        insertState<TeardownLog>(deaths);
+        createLogged<TeardownLog>(deaths);
     }
-    insertState<Console>(std::cerr, !options.trace && isatty(STDERR_FILENO) != 0);
-    insertState<Dictionary>();
-    insertState<RunSummary>();
+    createLogged<Console>(std::cerr, !options.trace && isatty(STDERR_FILENO) != 0);
+    createLogged<Dictionary>();
+    createLogged<RunSummary>();
 }
 
 void writeReport(std::vector<OpenProject>& projects) {
@@ -59,15 +64,37 @@ void writeReport(std::vector<OpenProject>& projects) {
     writeTotals(std::cout, projects.size());
 }
 
+// Unloaded while all projects are open: nothing but the plugin itself has to take its states away.
+void endPlugin(Plugin& plugin, std::vector<OpenProject>& projects) {
+    std::cout << "\nplugin: " << state::findOrFail<DocumentAnalysis>().name() << '\n';
+    for (OpenProject& project : projects) {
+        const tav::management::thisthread::ContextActivator activator(project.context);
+        writePluginResult(std::cout);
+    }
+    writePluginStates(std::cout, "before it is unloaded", plugin.states());
+    plugin.unload();
+    writePluginStates(std::cout, "after it was unloaded", plugin.states());
+    if (plugin.isInMemory()) {
+        reportProblem({plugin.file(), "still in memory after it was unloaded"});
+    }
+}
+
 int analyse(const Options& options, std::vector<std::string>& deaths) {
     tav::management::Context<tav::scope::Process> process;
-    insertRunStates(options, deaths);
+    createRunStates(options, deaths);
+    std::optional<Plugin> plugin;
+    if (options.plugin) {
+        plugin.emplace(*options.plugin);
+    }
     std::vector<OpenProject> projects = openProjects(process, options.directories);
     analyseProjects(projects, threadsFor(options));
-    state<Console>().endProgress();
+    state::findOrFail<Console>().endProgress();
     writeReport(projects);
+    if (plugin) {
+        endPlugin(*plugin, projects);
+    }
     closeProjects(projects);
-    return state<RunSummary>().totals().problems == 0 ? success : incomplete;
+    return state::findOrFail<RunSummary>().totals().problems == 0 ? success : incomplete;
 }
 
 int runAnalysis(const Options& options) {
@@ -123,6 +150,9 @@ int main(int argc, char** argv) {
         return runChecked(std::vector<std::string>(argv + 1, argv + argc));
     } catch (const UsageError& error) {
         std::cerr << "text_host: " << error.what() << "\n\n" << usage;
+        return wrongUsage;
+    } catch (const UnusablePlugin& error) {
+        std::cerr << "text_host: " << error.what() << '\n';
         return wrongUsage;
     } catch (const UnknownMisuse& error) {
         std::cerr << "text_host: " << error.what() << "; there are\n";

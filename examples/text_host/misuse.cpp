@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <exception>
 #include <future>
-#include "state.h"
 #include "states.h"
 
 namespace text_host {
@@ -96,23 +95,23 @@ void askDeactivatedActivator() {
 
 void insertTwice() {
     const ProcessContext process;
-    insertState<Dictionary>();
-    insertState<Dictionary>();
+    state::create<Dictionary>();
+    state::create<Dictionary>();
 }
 
 void insertAfterShutdown() {
     setenv("KV_TAV_STRICT_SHUTDOWN", "1", 1);  // NOLINT(concurrency-mt-unsafe): no other thread runs yet
     ProcessContext process;
     process.shutdown();
-    insertState<Dictionary>();
+    state::create<Dictionary>();
 }
 
 void findAbsentState() {
     const ProcessContext process;
-    state<Dictionary>();
+    state::findOrFail<Dictionary>();
 }
 
-void findWithoutContext() { findState<WordCounts>(); }
+void findWithoutContext() { state::find<WordCounts>(); }
 
 struct Misuse {
     std::string_view name;

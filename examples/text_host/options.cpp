@@ -6,12 +6,14 @@
 namespace text_host {
 
 const std::string_view usage =
-    "usage: text_host [--threads N] [--teardown] [--trace] DIR...\n"
+    "usage: text_host [--plugin FILE] [--threads N] [--teardown] [--trace] DIR...\n"
     "       text_host [--trace] --misuse NAME|list\n"
     "       text_host --help\n"
     "\n"
     "Counts the words of every text file below each DIR, which is a project of its own.\n"
     "\n"
+    "  --plugin FILE  add the analysis of a plugin, and show what the plugin leaves behind when\n"
+    "                 it is unloaded\n"
     "  --threads N    work on N projects at a time (1 to 256; default: as many as there are\n"
     "                 projects and processors, at most 4)\n"
     "  --teardown     show the order in which the states died\n"
@@ -19,7 +21,8 @@ const std::string_view usage =
     "  --misuse NAME  misuse the library on purpose and show what its error handler gets;\n"
     "                 'list' lists the names\n"
     "\n"
-    "Exit status: 0 when everything was read, 1 when something was not, 2 for a wrong command line.\n";
+    "Exit status: 0 when everything was read, 1 when something was not, 2 for a wrong command line\n"
+    "or plugin.\n";
 
 namespace {
 
@@ -72,6 +75,8 @@ private:
             m_options.threads = parseThreads(value(argument, equals));
         } else if (name == "--misuse") {
             m_options.misuse = value(argument, equals);
+        } else if (name == "--plugin") {
+            m_options.plugin = value(argument, equals);
         } else {
             flag(argument) = true;
         }
@@ -109,6 +114,9 @@ private:
         }
         if (m_options.misuse && !m_options.directories.empty()) {
             throw UsageError("--misuse takes no DIR");
+        }
+        if (m_options.misuse && m_options.plugin) {
+            throw UsageError("--misuse takes no --plugin");
         }
     }
 

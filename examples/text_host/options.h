@@ -21,6 +21,7 @@ struct Options {
     bool trace = false;
     std::optional<std::size_t> threads;  ///< as asked for
     std::optional<std::string> misuse;   ///< the name, or "list"
+    std::optional<std::filesystem::path> plugin;
     std::vector<std::filesystem::path> directories;
 };
 

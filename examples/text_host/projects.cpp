@@ -1,5 +1,6 @@
 #include "projects.h"
 
+#include <foundation/state/hand_off.h>
 #include <foundation/tav/context_activator.h>
 #include <algorithm>
 #include <atomic>
@@ -9,8 +10,8 @@
 #include <utility>
 #include "analysis.h"
 #include "documents.h"
-#include "state.h"
 #include "states.h"
+#include "teardown_log.h"
 
 namespace text_host {
 
@@ -20,14 +21,13 @@ using tav::management::thisthread::ContextActivator;
 
 namespace {
 
-// The context is current on this thread only while its states are put into it: the activator ends with the function,
-// and the set that it gave away makes the context current on the worker.
+// The context is current on this thread only while its states are put into it; then it is handed off to the worker.
 OpenProject openProject(Context<tav::scope::Process>& process, const fs::path& directory) {
     Context<tav::scope::Zarn> context(process);
-    const ContextActivator activator(context);
-    insertState<Project>(directory);
-    insertState<ProjectIndex>(directory);
-    return {std::move(context), activator.getActiveContexts()};
+    ContextActivator activator(context);
+    createLogged<Project>(directory);
+    createLogged<ProjectIndex>(directory);
+    return {std::move(context), state::handOff(activator)};
 }
 
 // The activator ends before the context that it made current is destroyed: declared later, gone earlier.
@@ -35,9 +35,10 @@ void analyseDocument(Context<tav::scope::Zarn>& project, const fs::path& path) {
     std::string text = readDocument(path);
     Context<tav::scope::Workspace> workspace(project);
     const ContextActivator activator(workspace);
-    insertState<Document>(path, std::move(text));
+    createLogged<Document>(path, std::move(text));
     countWords();
     indexDocument();
+    runPluginAnalysis();
 }
 
 // One failure is no reason to leave out the rest.
@@ -61,7 +62,8 @@ void analyseFolder(Context<tav::scope::Zarn>& project, const fs::path& folder) {
 
 void analyseProject(OpenProject& project) {
     const ContextActivator activator(std::move(project.forWorker));
-    tryWith(state<Project>().directory, [&project](const fs::path& folder) { analyseFolder(project.context, folder); });
+    tryWith(state::findOrFail<Project>().directory,
+            [&project](const fs::path& folder) { analyseFolder(project.context, folder); });
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <iomanip>
 #include <string_view>
+#include "document_analysis.h"
 #include "documents.h"
-#include "state.h"
 #include "states.h"
 #include "words.h"
 
@@ -21,7 +21,7 @@ void writeRow(std::ostream& out, std::string_view label, std::uint64_t number) {
 }  // namespace
 
 void writeProject(std::ostream& out) {
-    const auto& index = state<ProjectIndex>();
+    const auto& index = state::findOrFail<ProjectIndex>();
     out << printable(index.directory) << '\n';
     writeRow(out, "documents", index.documents);
     writeRow(out, "words", index.words);
@@ -35,13 +35,29 @@ void writeProject(std::ostream& out) {
 }
 
 void writeTotals(std::ostream& out, std::size_t projects) {
-    const RunSummary::Totals totals = state<RunSummary>().totals();
+    const RunSummary::Totals totals = state::findOrFail<RunSummary>().totals();
     out << "total\n";
     writeRow(out, "projects", projects);
     writeRow(out, "documents", totals.documents);
     writeRow(out, "words", totals.words);
-    writeRow(out, "distinct words", state<Dictionary>().size());
+    writeRow(out, "distinct words", state::findOrFail<Dictionary>().size());
     writeRow(out, "bytes", totals.bytes);
+}
+
+void writePluginResult(std::ostream& out) {
+    const std::string directory = printable(state::findOrFail<Project>().directory);
+    out << "  " << std::left << std::setw(20) << directory << ' '
+        << printable(state::findOrFail<DocumentAnalysis>().result()) << '\n';
+}
+
+void writePluginStates(std::ostream& out, std::string_view when, const std::vector<std::string>& types) {
+    out << "states of the plugin " << when << '\n';
+    for (const std::string& type : types) {
+        out << "  " << type << '\n';
+    }
+    if (types.empty()) {
+        out << "  none\n";
+    }
 }
 
 void writeTeardown(std::ostream& out, const std::vector<std::string>& lines) {

@@ -10,9 +10,12 @@
 /// | Zarn      | a project is open    | `Project`, `ProjectIndex`                            | one thread at once |
 /// | Workspace | a document is open   | `Document`, `WordCounts`                             | the same thread    |
 ///
+/// A plugin adds a `DocumentAnalysis` (Process) and whatever states that needs, and takes them away again.
+///
 /// The order of destruction is part of the design: counts refer to words that the dictionary owns, and every Workspace
 /// and Zarn state is gone before the first Process state dies.
 
+#include <foundation/state/state.h>
 #include <foundation/tav/scope.h>
 #include <cstddef>
 #include <cstdint>
@@ -27,6 +30,7 @@
 
 namespace text_host {
 
+namespace state = foundation::state;
 namespace tav = foundation::tav;
 
 /// The words of the whole run, each kept once.
@@ -36,7 +40,7 @@ namespace tav = foundation::tav;
 /// library's own lock guards only finding it.)
 class Dictionary {
 public:
-    using Scope = tav::scope::Process;
+    using StateScope = tav::scope::Process;
 
     /// The dictionary's own copy of the word. It stays where it is for as long as the dictionary lives.
     std::string_view keep(const std::string& word);
@@ -57,7 +61,7 @@ private:
 /// Every operation may be called from any number of threads at once.
 class RunSummary {
 public:
-    using Scope = tav::scope::Process;
+    using StateScope = tav::scope::Process;
 
     struct Totals {
         std::uint64_t documents = 0;
@@ -80,7 +84,7 @@ private:
 
 /// The project that is open.
 struct Project {
-    using Scope = tav::scope::Zarn;
+    using StateScope = tav::scope::Zarn;
 
     std::filesystem::path directory;
 
@@ -90,7 +94,7 @@ struct Project {
 
 /// What was found in the project's documents so far. No lock: a Zarn context is current on one thread at a time.
 struct ProjectIndex {
-    using Scope = tav::scope::Zarn;
+    using StateScope = tav::scope::Zarn;
 
     std::filesystem::path directory;
     std::uint64_t documents = 0;
@@ -104,7 +108,7 @@ struct ProjectIndex {
 
 /// The document that is open.
 struct Document {
-    using Scope = tav::scope::Workspace;
+    using StateScope = tav::scope::Workspace;
 
     std::filesystem::path path;
     std::string text;
@@ -115,7 +119,7 @@ struct Document {
 
 /// The words of the document that is open.
 struct WordCounts {
-    using Scope = tav::scope::Workspace;
+    using StateScope = tav::scope::Workspace;
 
     std::filesystem::path path;
     std::uint64_t words = 0;

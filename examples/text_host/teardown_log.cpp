@@ -3,7 +3,7 @@
 namespace text_host {
 
 // No deleter can find the log while the log itself is deleted, so it has to enter itself.
-TeardownLog::~TeardownLog() { add(scopeName<Scope>, label()); }
+TeardownLog::~TeardownLog() { add(scopeName<StateScope>, label()); }
 
 void TeardownLog::add(std::string_view scope, std::string_view label) {
     std::string line(scope);

@@ -76,6 +76,7 @@ public:
 
 private:
     friend class thisthread::ContextActivator;
+    friend FOUNDATION_TAV_EXPORT bool isCurrentElsewhere(const ContextSet& contexts);  // inspect.h
 
     struct FOUNDATION_TAV_LOCAL Pimpl;
     explicit ContextSet(const Pimpl& contexts);

@@ -10,6 +10,7 @@
 ///         std::cout << context.scope->name() << ' ' << context.address << ' ' << state.typeID << '\n';
 /// @endcode
 
+#include <foundation/tav/context_set.h>
 #include <foundation/tav/export.h>
 #include <foundation/tav/state_ptr.h>
 #include <cstdint>
@@ -58,5 +59,10 @@ struct ContextRecord {
 ///
 /// Linear in the number of contexts and states.
 FOUNDATION_TAV_EXPORT std::vector<ContextRecord> inspectContexts();
+
+/// Whether a context of the set counts as current on another thread, so that an activator of the set would be refused
+/// on this one. Any thread may call it, where no other makes these contexts current or lets them go meanwhile. Never
+/// fails.
+FOUNDATION_TAV_EXPORT bool isCurrentElsewhere(const ContextSet& contexts);
 
 }  // namespace foundation::tav::management

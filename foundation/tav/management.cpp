@@ -1168,6 +1168,13 @@ std::vector<ContextRecord> inspectContexts() {
     return process ? Inspection::records(*process) : std::vector<ContextRecord>();
 }
 
+bool isCurrentElsewhere(const ContextSet& contexts) {
+    const auto isRefused = [](const auto& context) {
+        return context && !context->isDestroyed() && Inspection::isCurrentElsewhere(*context);
+    };
+    return contexts.m_pimpl && (isRefused(contexts.m_pimpl->zarn) || isRefused(contexts.m_pimpl->workspace));
+}
+
 std::uint64_t eraseStatesDeletedBy(const void* begin, const void* end) {
     ContextImpl<scope::Process>* const process = requiredContext<scope::Process>();
     if (!process) return 0;

@@ -2,6 +2,9 @@ file(REMOVE_RECURSE ${WORK})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/first COMMAND_ERROR_IS_FATAL ANY
                 OUTPUT_QUIET)
 file(RENAME ${WORK}/first ${WORK}/moved)
+if(NOT EXISTS ${WORK}/moved/include/foundation/state/testing.h)
+  message(FATAL_ERROR "The fixture for tests is not installed.")
+endif()
 execute_process(
   COMMAND ${CMAKE_COMMAND} -S ${CONSUMER} -B ${WORK}/build -G ${GENERATOR} -DCMAKE_CXX_COMPILER=${COMPILER}
           -DCMAKE_PREFIX_PATH=${WORK}/moved COMMAND_ERROR_IS_FATAL ANY OUTPUT_QUIET)

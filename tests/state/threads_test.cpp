@@ -1,4 +1,5 @@
 #include <foundation/state/state.h>
+#include <foundation/state/testing.h>
 
 #include <array>
 #include <atomic>
@@ -48,7 +49,7 @@ namespace {
 
 using testing::Each;
 
-class StateThreadsTest : public ContextsTest {
+class StateThreadsTest : public state::HermeticTest {
 protected:
     /// Runs the task on all threads and gives back what they returned.
     template <class Result, class Task>

@@ -5,12 +5,14 @@ source "$(dirname "${BASH_SOURCE[0]}")/support.bash"
 
 usage() {
     cat <<'END'
-usage: text_host [--threads N] [--teardown] [--trace] DIR...
+usage: text_host [--plugin FILE] [--threads N] [--teardown] [--trace] DIR...
        text_host [--trace] --misuse NAME|list
        text_host --help
 
 Counts the words of every text file below each DIR, which is a project of its own.
 
+  --plugin FILE  add the analysis of a plugin, and show what the plugin leaves behind when
+                 it is unloaded
   --threads N    work on N projects at a time (1 to 256; default: as many as there are
                  projects and processors, at most 4)
   --teardown     show the order in which the states died
@@ -18,7 +20,8 @@ Counts the words of every text file below each DIR, which is a project of its ow
   --misuse NAME  misuse the library on purpose and show what its error handler gets;
                  'list' lists the names
 
-Exit status: 0 when everything was read, 1 when something was not, 2 for a wrong command line.
+Exit status: 0 when everything was read, 1 when something was not, 2 for a wrong command line
+or plugin.
 END
 }
 

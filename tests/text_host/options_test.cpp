@@ -30,6 +30,7 @@ TEST(Options, HoldTheDirectories) {
     EXPECT_FALSE(options.trace);
     EXPECT_EQ(options.threads, std::nullopt);
     EXPECT_EQ(options.misuse, std::nullopt);
+    EXPECT_EQ(options.plugin, std::nullopt);
 }
 
 // Options may stand before, between and after the directories.
@@ -47,6 +48,8 @@ TEST(Options, TakeValuesInTwoSpellings) {
     EXPECT_EQ(parseOptions({"--threads=3", "a"}).threads, 3U);
     EXPECT_EQ(parseOptions({"--misuse", "list"}).misuse, "list");
     EXPECT_EQ(parseOptions({"--misuse=a=b"}).misuse, "a=b");
+    EXPECT_EQ(parseOptions({"--plugin", "p.so", "a"}).plugin, "p.so");
+    EXPECT_EQ(parseOptions({"--plugin=p.so", "a"}).plugin, "p.so");
 }
 
 // After two dashes nothing is an option any more; a single dash never is.
@@ -80,6 +83,8 @@ TEST(Options, RefuseWhatMakesNoSense) {
     EXPECT_EQ(complaintAbout({"a", "--threads"}), "--threads takes a value");
     EXPECT_EQ(complaintAbout({"--misuse"}), "--misuse takes a value");
     EXPECT_EQ(complaintAbout({"--misuse", "list", "a"}), "--misuse takes no DIR");
+    EXPECT_EQ(complaintAbout({"--misuse", "list", "--plugin", "p.so"}), "--misuse takes no --plugin");
+    EXPECT_EQ(complaintAbout({"a", "--plugin"}), "--plugin takes a value");
 }
 
 }  // namespace
