@@ -48,9 +48,6 @@ TEST_F(HermeticTestItself, GivesFreshContexts) {
     state::create<Left<Process>>();
 }
 
-// Fails, and is run to see it fail.
-TEST_F(HermeticTestItself, DISABLED_FailsOnWhatIsLeft) { static const Context<Zarn> left(process); }
-
 /// A fixture as an object, to see what its end says.
 class Inner : public state::HermeticTest {
 public:
