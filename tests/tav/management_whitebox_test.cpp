@@ -319,6 +319,16 @@ TEST_F(InstanceManagerDeathTest, ChecksThatNoSlotIsLeft) {
     EXPECT_DEATH(leaveStraySlot(), assertionFailed("numNonNullItems() == 0", "InstanceManager::destroy"));
 }
 
+// A store that dies is checked like one that is destroyed, even if it has no states.
+TEST_F(InstanceManagerDeathTest, ChecksAStoreThatDies) {
+    const auto dieWithStraySlot = [this] {
+        InstanceManager dying;
+        dying.find(0);
+        Peer::setSlot(dying, 0, &stray);
+    };
+    EXPECT_DEATH(dieWithStraySlot(), assertionFailed("m_list.size() == numNonNullItems()", "InstanceManager::destroy"));
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 
 template <class Scope>
@@ -470,6 +480,23 @@ TEST_F(ContextImplTest, SecondActivationIsReportedAndCounted) {
     workspace->decRef();
     EXPECT_FALSE(zarn->isActive());
     EXPECT_FALSE(workspace->isActive());
+}
+
+// A context that dies without having been destroyed does the same in the same order.
+TEST_F(ContextImplTest, DyingContextIsDestroyed) {
+    using testing::HasSubstr;
+    auto dying = std::make_shared<ContextImpl<Zarn>>(process);
+    put(dying, 0, "state");
+    std::vector<std::string> entries;
+    {
+        const foundation::tests::ScopedMask mask(32);
+        foundation::tests::RecordingSink sink;
+        dying.reset();
+        for (const auto& record : sink.take())
+            if (record.severity == 32u) entries.push_back(record.message);
+    }
+    EXPECT_THAT(entries, ElementsAre(HasSubstr("~ContextImpl"), HasSubstr("::releaseParentNoLock"),
+                                     HasSubstr("InstanceManager::erase")));
 }
 
 // Destroying the child breaks the circle of parent and child.
