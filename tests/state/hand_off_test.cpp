@@ -5,7 +5,6 @@
 #include <boost/asio/thread_pool.hpp>
 #include <deque>
 #include <future>
-#include <latch>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -15,6 +14,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "../support/current_elsewhere.h"
 #include "state_types.h"
 
 namespace foundation::tests {
@@ -257,31 +257,6 @@ TEST_F(HandOffTest, SeesNoDestroyedContext) {
     EXPECT_EQ(current(), "bb");
     EXPECT_THAT(handler.reports(), IsEmpty());
 }
-
-/// Keeps a context current on another thread for as long as it lives.
-template <class Scope>
-class CurrentElsewhere {
-public:
-    explicit CurrentElsewhere(Context<Scope>& context)
-        : m_thread([this, &context] {
-              const ContextActivator activator(context);
-              m_activated.count_down();
-              m_ended.wait();
-          }) {
-        m_activated.wait();
-    }
-    ~CurrentElsewhere() {
-        m_ended.count_down();
-        m_thread.join();
-    }
-    CurrentElsewhere(const CurrentElsewhere&) = delete;
-    CurrentElsewhere& operator=(const CurrentElsewhere&) = delete;
-
-private:
-    std::latch m_activated{1};
-    std::latch m_ended{1};
-    std::thread m_thread;
-};
 
 constexpr const char* isElsewhere =
     "Attempting to run a task while its contexts are current on another thread. Deactivate them there first: a context "

@@ -5,6 +5,7 @@
 #include <optional>
 #include <type_traits>
 
+#include "../support/current_elsewhere.h"
 #include "contexts.h"
 
 namespace foundation::tests {
@@ -403,30 +404,6 @@ TEST_F(ContextActivatorTest, EachThreadHasItsOwn) {
     both.arrive_and_wait();
     other.join();
 }
-
-// Keeps a context current on another thread for as long as it lives.
-template <class Scope>
-class CurrentElsewhere {
-public:
-    explicit CurrentElsewhere(Context<Scope>& context)
-        : m_thread([this, &context] {
-              ContextActivator activator(context);
-              m_barrier.arrive_and_wait();
-              m_barrier.arrive_and_wait();
-          }) {
-        m_barrier.arrive_and_wait();
-    }
-    ~CurrentElsewhere() {
-        m_barrier.arrive_and_wait();
-        m_thread.join();
-    }
-    CurrentElsewhere(const CurrentElsewhere&) = delete;
-    CurrentElsewhere& operator=(const CurrentElsewhere&) = delete;
-
-private:
-    std::barrier<> m_barrier{2};
-    std::thread m_thread;
-};
 
 // Refused activations stay counted; contexts with one fail an assertion when they are destroyed after the tests.
 class RefusedActivationTest : private IgnoredAssertions, public ContextActivatorTest {
