@@ -482,6 +482,24 @@ TEST_F(ContextImplTest, SecondActivationIsReportedAndCounted) {
     EXPECT_FALSE(workspace->isActive());
 }
 
+// A context that another thread has destroyed leaves this thread's slot when this thread lets go of it.
+TEST_F(ContextImplTest, LeavesTheSlotOfTheThreadThatLetsGoOfIt) {
+    Impl<Zarn> dying = process->createChild();
+    exchangeCurrent<Zarn>(dying);
+    onOtherThread([&dying] { dying->destroy(); });
+    EXPECT_EQ(currentContext<Zarn>, dying.get());
+    dying.reset();
+    EXPECT_EQ(currentContext<Zarn>, nullptr);
+}
+
+// What dies has left its parent: a deleter finds none.
+TEST_F(ContextImplTest, DeletersFindNoParent) {
+    Impl<Zarn> found = zarn;
+    put(workspace, 0, "state", [&] { found = workspace->parent(); });
+    workspace->destroy();
+    EXPECT_EQ(found, nullptr);
+}
+
 // A context that dies without having been destroyed does the same in the same order.
 TEST_F(ContextImplTest, DyingContextIsDestroyed) {
     using testing::HasSubstr;
