@@ -294,7 +294,7 @@ public:
     void decRef();
     ContextImpl* enterActivation();  // Process
     bool isActive() const;
-    bool isActiveNoLock() const { return m_activations > 0; }         // of a destroyed Process context: needs no lock
+    bool isActiveNoLock() const { return m_activations > 0; }         // nobody counts a destroyed context's any more
     bool isDestroyed() const { return m_state == State::destroyed; }  // the caller excludes changes
     bool isDestroying() const { return m_isDestroying; }              // likewise
     void shutdown();
@@ -601,6 +601,7 @@ template <class Scope>
 void ContextImpl<Scope>::leaveActivationNoLock() {
     if constexpr (isProcess<Scope>) {
         ContextImpl* self = this;
+        // The load spares the contexts that are not active the exchange.
         if (activeProcessContext.load() == this) activeProcessContext.compare_exchange_strong(self, nullptr);
         // Also where another thread has just taken us out of the slot, and has yet to give back what it took.
         m_activations = 0;
