@@ -290,7 +290,7 @@ public:
     void removeChild(Child* child);
     const std::shared_ptr<Parent>& parent() const { return m_parent; }
 
-    void incRef();
+    void incRef();  // Process: the caller holds the lock
     void decRef();
     ContextImpl* enterActivation();  // Process
     bool isActive() const;
@@ -320,7 +320,6 @@ private:
 
     using Lock = std::unique_lock<Mutex>;
 
-    void incRefNoLock();
     void releaseParentNoLock();
     void destroyStates(Lock& lock);
     void leaveActivationNoLock();
@@ -477,12 +476,6 @@ void ContextImpl<Scope>::removeChild(Child* child) {
 
 template <class Scope>
 void ContextImpl<Scope>::incRef() {
-    const std::lock_guard lock(m_mutex);
-    incRefNoLock();
-}
-
-template <class Scope>
-void ContextImpl<Scope>::incRefNoLock() {
     if (m_state == State::destroyed)
         detail::reportMisuse([&] {
             return ErrorInfo("Attempting to activate a destroyed context", __FILE__, __LINE__,
@@ -503,7 +496,7 @@ void ContextImpl<Scope>::incRefNoLock() {
 template <class Scope>
 auto ContextImpl<Scope>::enterActivation() -> ContextImpl* {
     const std::lock_guard lock(m_mutex);
-    incRefNoLock();
+    incRef();
     ContextImpl* const previous = activeProcessContext.exchange(this);
     if (previous == this) --m_activations;
     return previous;
@@ -1183,8 +1176,7 @@ std::uint64_t eraseStatesDeletedBy(const void* begin, const void* end) {
         const auto deleter = reinterpret_cast<std::uintptr_t>(state.get_deleter());
         return deleter >= reinterpret_cast<std::uintptr_t>(begin) && deleter < reinterpret_cast<std::uintptr_t>(end);
     };
-    const std::shared_ptr<const void> shared = process->shared_from_this();  // a deleter may free its handle
-    const Inspection::Stores stores = Inspection::stores(*process);
+    const Inspection::Stores stores = Inspection::stores(*process);  // a deleter may free the handles of their contexts
     std::uint64_t erased = 0;
     for (auto store = stores.rbegin(); store != stores.rend(); ++store)
         while (Inspection::eraseNewest(*process, **store, matches))

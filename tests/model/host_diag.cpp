@@ -38,6 +38,9 @@ bool fl_diag_terminate() noexcept { return true; }
 
 void set_fl_diag_terminate(bool) noexcept {}
 
-std::string detail::demangle_typeid_name(const char* name, bool) { return boost::core::demangle(name); }
+// What hosts make of the flag is their affair; the library never sets it.
+std::string detail::demangle_typeid_name(const char* name, bool flag) {
+    return flag ? name : boost::core::demangle(name);
+}
 
 }  // namespace foundation::core::diag

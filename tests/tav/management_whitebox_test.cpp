@@ -9,6 +9,12 @@
 #include <foundation/tav/management.cpp>
 
 #include <array>
+#include <boost/log/attributes/value_extraction.hpp>
+#include <boost/log/core/core.hpp>
+#include <boost/log/core/record_view.hpp>
+#include <boost/log/sinks/sink.hpp>
+#include <boost/make_shared.hpp>
+#include <functional>
 #include <initializer_list>
 #include <optional>
 #include <sstream>
@@ -462,6 +468,25 @@ TEST_F(ContextImplTest, ProcessCountsItsActivations) {
     EXPECT_FALSE(process->isActive());
 }
 
+// A Process context that is destroyed has given its activations back: another one to give back changes nothing.
+TEST_F(ContextImplTest, DestroyedProcessHasNoActivations) {
+    EXPECT_EQ(process->enterActivation(), nullptr);
+    workspace->destroy();
+    zarn->destroy();
+    process->destroy();
+    process->decRef();
+    EXPECT_FALSE(process->isActive());
+}
+
+// A destroyed Process context is refused before it has the process's slot.
+TEST_F(ContextImplTest, DestroyedProcessDoesNotTakeTheSlot) {
+    workspace->destroy();
+    zarn->destroy();
+    process->destroy();
+    EXPECT_THAT(reportOf([&] { process->enterActivation(); }).message, "Attempting to activate a destroyed context");
+    EXPECT_EQ(activeProcessContext.load(), nullptr);
+}
+
 // The second activation of another scope's context is reported, and counted all the same.
 TEST_F(ContextImplTest, SecondActivationIsReportedAndCounted) {
     const char* const message =
@@ -540,6 +565,22 @@ TEST_F(ContextImplTest, RemovesOneChild) {
     process->removeChild(second.get());
     third->destroy();
     second->destroy();
+}
+
+// A child without states is not awaited by a destruction, nor by a context that goes with its last child.
+TEST_F(ContextImplTest, ChildWithoutStatesIsNotAwaited) {
+    workspace->destroy();
+    process->removeChild(zarn.get());
+    EXPECT_TRUE(process->destroy());
+
+    const Impl<Process> parent = std::make_shared<ContextImpl<Process>>();
+    const Impl<Zarn> first = parent->createChild();
+    const Impl<Zarn> last = parent->createChild();
+    parent->goWithLastChild();
+    parent->removeChild(first.get());
+    EXPECT_FALSE(parent->isDestroyed());
+    last->destroy();
+    EXPECT_TRUE(parent->isDestroyed());
 }
 
 // The mutex is free while a deleter runs, whatever runs it.
@@ -761,6 +802,99 @@ TEST_F(ContextImplDeathTest, ChecksThatADestroyedOneIsNotDetachedAgain) {
     zarn->destroy();
     EXPECT_DEATH((zarn.get()->*exposed(ReleaseParent<Zarn>()))(),
                  assertionFailed("m_state != State::destroyed", "ContextImpl<.*>::releaseParentNoLock"));
+}
+
+struct ProcessMutex {
+    using Member = std::mutex ContextImpl<Process>::*;
+    friend Member exposed(ProcessMutex);
+};
+template struct Expose<ProcessMutex, &ContextImpl<Process>::m_mutex>;
+
+bool isLocked(std::mutex& mutex) {
+    bool isFree = false;
+    onOtherThread([&] {
+        isFree = mutex.try_lock();
+        if (isFree) mutex.unlock();
+    });
+    return !isFree;
+}
+bool isLocked(ContextImpl<Process>& process) { return isLocked(process.*exposed(ProcessMutex())); }
+
+// A child that nobody shares but the list dies once the parent is unlocked.
+TEST_F(ContextImplTest, RemovedChildDiesUnlocked) {
+    Impl<Zarn> child = process->createChild();
+    put(child, 0, "state", [this] { EXPECT_FALSE(isLocked(*process)); });
+    process->removeChild(std::exchange(child, nullptr).get());
+    EXPECT_THAT(log.deaths(), ElementsAre("state"));
+}
+
+/// Sees every record of the process when it is asked for, and when it is written.
+class RecordObserver : public boost::log::sinks::sink {
+public:
+    RecordObserver() : boost::log::sinks::sink(false) {}
+
+    std::function<void()> whenAsked = [] {};
+    std::function<void(const std::string&)> whenWritten = [](const std::string&) {};
+
+private:
+    bool will_consume(const boost::log::attribute_value_set&) override {
+        whenAsked();
+        return true;
+    }
+    void consume(const boost::log::record_view& record) override {
+        whenWritten(boost::log::extract_or_default<std::string>("Message", record, std::string()));
+    }
+    void flush() override {}
+};
+
+class LockedTraceTest : public ContextImplTest {
+protected:
+    ~LockedTraceTest() override { boost::log::core::get()->remove_sink(observer); }
+    LockedTraceTest() { boost::log::core::get()->add_sink(observer); }
+
+    const foundation::tests::ScopedMask mask{16 | 32};
+    const boost::shared_ptr<RecordObserver> observer = boost::make_shared<RecordObserver>();
+    std::mutex& logger = detail::libraryLogger.mutex();
+};
+
+// The logger is locked while a record is opened, and no longer while it is written.
+TEST_F(LockedTraceTest, RecordsAreOpenedUnderTheLoggersLock) {
+    std::vector<bool> isLoggerLocked;
+    observer->whenAsked = [&] { isLoggerLocked.push_back(isLocked(logger)); };
+    observer->whenWritten = [&](const std::string&) { isLoggerLocked.push_back(isLocked(logger)); };
+    process->erase(0, typeid(Widget));
+    EXPECT_THAT(isLoggerLocked, ElementsAre(true, false, true, false));
+}
+
+// With the core's logging disabled nobody waits for the logger.
+TEST_F(LockedTraceTest, LoggerIsLeftAloneWithLoggingDisabled) {
+    const Watchdog watchdog("tracing with the logger locked", std::chrono::seconds(20));
+    boost::log::core::get()->set_logging_enabled(false);
+    {
+        const std::lock_guard lock(logger);
+        onOtherThread([this] { process->erase(0, typeid(Widget)); });
+    }
+    boost::log::core::get()->set_logging_enabled(true);
+}
+
+// Sinks may take their time: the Process context is not locked while the operations on it and its children are traced.
+TEST_F(LockedTraceTest, ProcessIsUnlockedWhileOperationsAreTraced) {
+    std::size_t records = 0;
+    observer->whenWritten = [&](const std::string& message) {
+        ++records;
+        EXPECT_FALSE(isLocked(*process)) << message;
+    };
+    const Impl<Zarn> child = process->createChild();
+    put(child, 0, "child");
+    put(process, 0, "erased");
+    process->findOrInsert(1, typeid(Widget), log.state("erased everywhere"));
+    process->erase(0, typeid(Widget));
+    process->eraseAll<Process>(1, typeid(Widget));
+    process->eraseAll<Zarn>(0, typeid(Widget));
+    child->destroy();
+    process->shutdown();
+    EXPECT_THROW(process->createChild(), Reported);
+    EXPECT_EQ(records, 30u);
 }
 
 struct IsActiveProcess {

@@ -1,5 +1,7 @@
 // Process state, which all threads share.
 
+#include <foundation/tav/inspect.h>
+#include <foundation/tav/unload.h>
 #include <algorithm>
 #include <barrier>
 #include <cstddef>
@@ -118,6 +120,52 @@ TEST_P(StateOfManyThreads, EraseAllRunsBesideChildrenThatComeAndGo) {
         for (unsigned step = 0; step < steps; ++step) {
             if (index % 2 == 0)
                 erased += Detail<Zarn>::eraseAll(0, typeid(Counted));
+            else
+                const Context<Zarn> passing(process);
+        }
+    });
+    EXPECT_EQ(erased, 1u);
+    EXPECT_EQ(Counted::alive(), 0);
+}
+
+// The same for the states of a deleter, which go by its address, and for looking at everything there is: of the Process
+// context that may be done beside all other threads.
+TEST_P(StateOfManyThreads, StatesAreErasedByDeleterBesideInsertions) {
+    constexpr unsigned steps = 1000;
+    const auto* const deleter = reinterpret_cast<const char*>(Counted::make(0).get_deleter());
+    std::atomic<std::uint64_t> inserted = 0;
+    std::atomic<std::uint64_t> erased = 0;
+    together(threads(), [&](unsigned index) {
+        for (unsigned step = 0; step < steps; ++step) {
+            if (index % 2 == 0) {
+                StatePtr offered = Counted::make(index);
+                Detail<Process>::findOrInsert(step % 10, typeid(Counted), std::move(offered));
+                if (!offered) ++inserted;
+            } else {
+                const auto contexts = tav::management::inspectContexts();
+                for (const auto& state : contexts.at(0).states) {
+                    EXPECT_LT(state.typeID, 10u);
+                    EXPECT_EQ(reinterpret_cast<const char*>(state.deleter), deleter);
+                }
+                erased += tav::management::eraseStatesDeletedBy(deleter, deleter + 1);
+            }
+        }
+    });
+    erased += tav::management::eraseStatesDeletedBy(deleter, deleter + 1);
+    EXPECT_EQ(inserted, erased);
+    EXPECT_EQ(Counted::alive(), 0);
+}
+
+// Children that come and go, empty and current nowhere, are no obstacle to that either.
+TEST_P(StateOfManyThreads, StatesAreErasedByDeleterBesideChildrenThatComeAndGo) {
+    constexpr unsigned steps = 1000;
+    const auto* const deleter = reinterpret_cast<const char*>(Counted::make(0).get_deleter());
+    Detail<Process>::insert(0, typeid(Counted), Counted::make(0));
+    std::atomic<std::uint64_t> erased = 0;
+    together(threads(), [&](unsigned index) {
+        for (unsigned step = 0; step < steps; ++step) {
+            if (index % 2 == 0)
+                erased += tav::management::eraseStatesDeletedBy(deleter, deleter + 1);
             else
                 const Context<Zarn> passing(process);
         }
