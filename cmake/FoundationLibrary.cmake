@@ -1,6 +1,25 @@
 # What every target of this repository shares. Nothing here reaches those who link to the libraries but the language
 # level and, for static builds, the define that turns the export macros off.
 
+# Where <foundation/...> is looked for. Next to a host of the user's own, that has to be a folder without the bundled host,
+# whose headers would be found in the place of the user's.
+set(foundation_include_root ${PROJECT_SOURCE_DIR})
+if(FOUNDATION_HOST STREQUAL "package")
+  set(foundation_include_root ${PROJECT_BINARY_DIR}/include)
+  file(MAKE_DIRECTORY ${foundation_include_root}/foundation)
+  foreach(name IN ITEMS tav state)
+    file(CREATE_LINK ${PROJECT_SOURCE_DIR}/foundation/${name} ${foundation_include_root}/foundation/${name} SYMBOLIC)
+  endforeach()
+endif()
+
+# Finds the user's own foundation::NAME.
+function(foundation_find_host_library name)
+  find_package(foundation_${name} REQUIRED)
+  if(NOT TARGET foundation::${name})
+    message(FATAL_ERROR "The package foundation_${name} in ${foundation_${name}_DIR} defines no target foundation::${name}.")
+  endif()
+endfunction()
+
 # Settings of everything that is compiled here: libraries, programs and tests.
 function(foundation_target_settings target)
   target_compile_features(${target} PUBLIC cxx_std_20)
@@ -24,9 +43,11 @@ function(foundation_add_library name)
   set(target foundation_${name})
   add_library(${target} ${arg_SOURCES})
   add_library(foundation::${name} ALIAS ${target})
-  target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
+  list(TRANSFORM arg_HEADERS PREPEND ${foundation_include_root}/foundation/${name}/)
+  list(TRANSFORM arg_TEST_HEADERS PREPEND ${foundation_include_root}/foundation/${name}/)
+  target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${foundation_include_root} FILES ${arg_HEADERS})
   if(arg_TEST_HEADERS)
-    target_sources(${target} PUBLIC FILE_SET test_headers TYPE HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}
+    target_sources(${target} PUBLIC FILE_SET test_headers TYPE HEADERS BASE_DIRS ${foundation_include_root}
                                     FILES ${arg_TEST_HEADERS})
   endif()
   foundation_target_settings(${target})
