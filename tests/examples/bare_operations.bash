@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The example without the typed layer runs; each state dies with its context.
-# shellcheck source-path=SCRIPTDIR source=support.bash
-source "$(dirname "${BASH_SOURCE[0]}")/support.bash"
+# shellcheck source-path=SCRIPTDIR source=../text_host/support.bash
+source "$(dirname "${BASH_SOURCE[0]}")/../text_host/support.bash"
 
 # shellcheck disable=SC2119  # the program takes no arguments, and these are not the script's own
 run

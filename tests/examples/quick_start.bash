@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The example of the README runs, and its state dies with the document.
-# shellcheck source-path=SCRIPTDIR source=support.bash
-source "$(dirname "${BASH_SOURCE[0]}")/support.bash"
+# shellcheck source-path=SCRIPTDIR source=../text_host/support.bash
+source "$(dirname "${BASH_SOURCE[0]}")/../text_host/support.bash"
 
 # shellcheck disable=SC2119  # the program takes no arguments, and these are not the script's own
 run
