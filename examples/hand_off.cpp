@@ -7,8 +7,7 @@
 #include <thread>
 
 // NOLINTBEGIN(bugprone-exception-escape): what fails here may end the program
-// docs/using.md quotes the lines between the markers; a test keeps both the same.
-// [quick start: begin]
+// Quoted in the documents; a test keeps both the same.
 using namespace foundation;
 using tav::management::thisthread::ContextActivator;
 
@@ -35,5 +34,4 @@ int main() {
     const ContextActivator last(document);
     std::cout << state::findOrFail<Text>().words << '\n';
 }
-// [quick start: end]
 // NOLINTEND(bugprone-exception-escape)

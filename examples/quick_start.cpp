@@ -4,8 +4,7 @@
 #include <utility>
 #include <vector>
 
-// README.md quotes the lines between the markers; a test keeps both the same.
-// [quick start: begin]
+// Quoted in the documents; a test keeps both the same.
 using namespace foundation::tav;
 using State = Detail<scope::Workspace>;
 struct Selection {
@@ -24,4 +23,3 @@ int main() {
     State::findOrInsert(id, typeid(Selection), std::move(fresh));
     std::cout << static_cast<Selection*>(State::find(id, typeid(Selection))->get())->items.size() << " items\n";
 }  // the document dies before its project, and the selection with it
-// [quick start: end]

@@ -3,8 +3,7 @@
 #include <iostream>
 #include <vector>
 
-// docs/using.md quotes the lines between the markers; a test keeps both the same.
-// [quick start: begin]
+// Quoted in the documents; a test keeps both the same.
 using namespace foundation;
 
 struct Selection {
@@ -22,4 +21,3 @@ int main() {
     if (const Selection* const selection = state::find<Selection>()) std::cout << selection->items.size() << " items\n";
     std::cout << (state::erase<Selection>() ? "erased" : "absent") << '\n';
 }
-// [quick start: end]

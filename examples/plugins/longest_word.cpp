@@ -9,10 +9,8 @@
 #include "document_analysis.h"
 #include "states.h"
 
-// docs/using.md quotes the lines between the markers; a test keeps both the same.
-// [quick start: begin]
+// Quoted in the documents; a test keeps both the same.
 static const foundation::state::ModuleGuard guard;
-// [quick start: end]
 
 namespace longest_word {
 

@@ -42,6 +42,8 @@ namespace foundation::core::except {
 class FOUNDATION_CORE_EXPORT IException : public boost::exception_detail::clone_base, public boost::exception {
 public:
     IException() noexcept;
+
+    /// A copy without the text that `what()` has made: it makes its own.
     IException(const IException& other) noexcept;
     IException& operator=(const IException&) = delete;
     ~IException() noexcept override;
@@ -72,6 +74,8 @@ private:
 class FOUNDATION_CORE_EXPORT IInternalException : public IException {
 public:
     IInternalException() noexcept;
+
+    /// As of `IException`.
     IInternalException(const IInternalException& other) noexcept;
     ~IInternalException() noexcept override;
 };
@@ -90,13 +94,20 @@ public:
 template <class Interface, class T, class Enable = void>
 class BOOST_SYMBOL_VISIBLE Exception : public Interface, public T {
 public:
+    /// Makes an exception of the `T` given, which is copied.
     explicit Exception(const T& error) : Interface(), T(error) {}
+
+    /// Copies both parts.
     Exception(const Exception&) = default;
     ~Exception() noexcept override = default;
 
+    /// What can be thrown knows its own type: see `AnonymousInternalException`.
     const boost::exception_detail::clone_base* clone() const override = 0;
+
+    /// Likewise.
     void rethrow() const override = 0;
 
+    /// That of the `Interface`: `message()` in UTF-8.
     const char* what() const noexcept override { return Interface::what(); }
 
     /// The text of the `T` part.
@@ -118,7 +129,10 @@ namespace detail {
 template <class T>
 class BOOST_SYMBOL_VISIBLE AnonymousInternalException : public Exception<IInternalException, T, void> {
 public:
+    /// Makes an exception of the `T` given, which is copied.
     explicit AnonymousInternalException(const T& error) : Exception<IInternalException, T, void>(error) {}
+
+    /// As throwing and catching by value do. It shares error information with the other: `clone()` doesn't.
     AnonymousInternalException(const AnonymousInternalException&) = default;
     ~AnonymousInternalException() noexcept override = default;
 

@@ -102,6 +102,7 @@ public:
     basic_diagnostic_logger(const basic_diagnostic_logger&) = delete;
     basic_diagnostic_logger& operator=(const basic_diagnostic_logger&) = delete;
 
+    /// Makes a logger of the channel, with the mask that the channel has.
     explicit basic_diagnostic_logger(std::string channel);
     ~basic_diagnostic_logger();
 
@@ -130,6 +131,7 @@ private:
 
 extern template class basic_diagnostic_logger<char>;
 
+/// The logger that there is.
 using diagnostic_logger = basic_diagnostic_logger<char>;
 
 /// Sets the mask of every logger of the channel, those that exist and those still to come. Any thread may call it; the

@@ -77,7 +77,10 @@ struct Activation {
 template <class Callable>
 class Task {
 public:
-    /// @param contexts not null
+    /// What `bind` makes.
+    ///
+    /// @param contexts what the callable is to run in; not null
+    /// @param callable what is to be run
     FOUNDATION_STATE_LOCAL Task(std::unique_ptr<tav::management::ContextSet> contexts, Callable callable)
         : m_contexts(std::move(contexts)), m_callable(std::move(callable)) {}
 

@@ -56,6 +56,7 @@ struct MemberScope<T> {
 /// member `StateScope`.
 template <class T>
 struct ScopeOf {
+    /// The tag; the type's `StateScope` unless it is specialised.
     using type = typename detail::MemberScope<T>::type;
 };
 

@@ -55,8 +55,9 @@ namespace foundation::state {
 /// Deletes a state through a function that was chosen where its type was complete.
 template <class T>
 struct Deleter {
-    tav::StateDeleter function = nullptr;
+    tav::StateDeleter function = nullptr;  ///< Null in a `Ptr` that owns nothing only.
 
+    /// Deletes the state.
     FOUNDATION_STATE_LOCAL void operator()(T* state) const { function(state); }
 };
 

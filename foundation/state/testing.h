@@ -45,6 +45,7 @@ namespace foundation::state {
 
 /// Misuse that was reported, as an exception: the failing call is left by it. The message is that of the report.
 struct Misuse : std::runtime_error {
+    /// Copies the report, which ends with the call of the error handler.
     explicit Misuse(const tav::ErrorInfo& info)
         : std::runtime_error(info.m_message), file(info.m_file), line(info.m_line), function(info.m_function) {}
 
@@ -240,9 +241,9 @@ private:
     std::vector<const void*> m_own;  // the addresses of the contexts below
 
 protected:
-    tav::management::Context<tav::scope::Process> process;
-    tav::management::Context<tav::scope::Zarn> zarn{process};
-    tav::management::Context<tav::scope::Workspace> workspace{zarn};
+    tav::management::Context<tav::scope::Process> process;            ///< Active in the process.
+    tav::management::Context<tav::scope::Zarn> zarn{process};         ///< Current on the test's thread.
+    tav::management::Context<tav::scope::Workspace> workspace{zarn};  ///< Likewise.
 
 private:
     tav::management::thisthread::ContextActivator m_activator{workspace};

@@ -26,19 +26,21 @@ namespace foundation::state {
 
 /// What modules have to agree on, besides the scope. All zero: the type is only declared.
 struct Layout {
-    std::size_t size = 0;
-    std::size_t alignment = 0;
-    unsigned version = 0;  ///< `StateVersion` of the type, if it has one
+    std::size_t size = 0;       ///< `sizeof` the type
+    std::size_t alignment = 0;  ///< `alignof` the type
+    unsigned version = 0;       ///< `StateVersion` of the type, if it has one
 
+    /// Whether all three are the same.
     friend bool operator==(const Layout&, const Layout&) = default;
 };
 
 /// The ids of one type in one module, once they were asked for.
 struct CachedIDs {
+    /// No id: it was not asked for yet.
     static constexpr std::uint64_t unknown = ~std::uint64_t(0);
 
-    std::atomic<std::uint64_t> ofDefined = unknown;   // for code that sees the definition of the type
-    std::atomic<std::uint64_t> ofDeclared = unknown;  // for code that doesn't
+    std::atomic<std::uint64_t> ofDefined = unknown;   ///< For code that sees the definition of the type,
+    std::atomic<std::uint64_t> ofDeclared = unknown;  ///< and for code that doesn't.
 };
 
 /// The id of a type, which is new if no module has ever asked for it, put into the cache as well.

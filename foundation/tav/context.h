@@ -7,12 +7,11 @@
 /// `Context<Zarn>` and `Context<Workspace>` are its children and grandchildren; they become current for one thread at a
 /// time through a `thisthread::ContextActivator`.
 ///
-/// | State     | Entered by          | State objects                | Children   | Activation |
-/// |-----------|---------------------|------------------------------|------------|------------|
-/// | running   | construction        | found, inserted, erased      | accepted   | accepted   |
-/// | shut down | `shutdown()`        | found, erased; see *Errors*  | refused    | Process: refused; others: accepted |
-/// | destroyed | `destroy()`, `~Context()` | deleted, newest first  | none left  | refused (Zarn, Workspace: nothing
-/// becomes current) |
+/// | State     | Entered by                | State objects        | Children  | `activate()` | An activator       |
+/// |-----------|---------------------------|----------------------|-----------|--------------|--------------------|
+/// | running   | construction              | found, put in, erased | accepted | accepted     | makes it current   |
+/// | shut down | `shutdown()`              | likewise; see *Errors* | refused | refused      | makes it current   |
+/// | destroyed | `destroy()`, `~Context()` | deleted, newest first | none left | refused     | makes none current |
 ///
 /// Example:
 /// @code

@@ -53,7 +53,10 @@ public:
     ErrorInfo(Message&& message, const char* file, int line, const char* function)
         : m_message(convert(std::forward<Message>(message))), m_file(file), m_line(line), m_function(function) {}
 
+    /// Copies the message; the place stays whose it is.
     ErrorInfo(const ErrorInfo& other);
+
+    /// Copies as well, so that the record given keeps its message.
     ErrorInfo(ErrorInfo&& other);  // NOLINT(performance-noexcept-move-constructor): copies the message, which may throw
     ErrorInfo& operator=(const ErrorInfo&) = delete;
     ErrorInfo& operator=(ErrorInfo&&) = delete;

@@ -27,7 +27,11 @@ namespace foundation::tav {
 struct FOUNDATION_TAV_EXPORT TypeError : std::runtime_error {
     /// Makes the message of the text given and the sentence with which every type error ends.
     TypeError(std::string_view message, const std::type_info& type);
+
+    /// Shares the text.
     TypeError(const TypeError& other) noexcept;
+
+    /// Takes the text and the type over.
     TypeError& operator=(const TypeError& other) noexcept;
     ~TypeError() override = 0;
 
@@ -43,16 +47,26 @@ private:
 
 /// The context is there, but no state of the type was ever put into it.
 struct FOUNDATION_TAV_EXPORT DoesNotExistTypeError : TypeError {
+    /// Makes the message for the state type asked for.
     explicit DoesNotExistTypeError(const std::type_info& type);
+
+    /// As of `TypeError`.
     DoesNotExistTypeError(const DoesNotExistTypeError& other) noexcept;
+
+    /// As of `TypeError`.
     DoesNotExistTypeError& operator=(const DoesNotExistTypeError& other) noexcept;
     ~DoesNotExistTypeError() override;
 };
 
 /// No context of the scope that the state type requires is active.
 struct FOUNDATION_TAV_EXPORT NoActiveContextTypeError : TypeError {
+    /// Makes the message for the state type asked for.
     explicit NoActiveContextTypeError(const std::type_info& type);
+
+    /// As of `TypeError`.
     NoActiveContextTypeError(const NoActiveContextTypeError& other) noexcept;
+
+    /// As of `TypeError`.
     NoActiveContextTypeError& operator=(const NoActiveContextTypeError& other) noexcept;
     ~NoActiveContextTypeError() override;
 };

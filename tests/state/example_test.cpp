@@ -2,8 +2,7 @@
 #include <foundation/state/testing.h>
 #include <vector>
 
-// docs/using.md quotes the lines between the markers; a test keeps both the same.
-// [quick start: begin]
+// Quoted in the documents; a test keeps both the same.
 using namespace foundation;
 
 struct Selection {
@@ -22,4 +21,3 @@ TEST_F(SelectionTest, IsMadeOnDemand) {
     EXPECT_THROW(state::findOrFail<Selection>(), state::Misuse);
     EXPECT_EQ(takeMisuse().size(), 1u);  // taken, it does not fail the test
 }
-// [quick start: end]
