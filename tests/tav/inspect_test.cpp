@@ -197,6 +197,22 @@ TEST_F(InspectTest, DeletersMayDestroyContexts) {
     EXPECT_THAT(deaths, ElementsAre("workspace", "zarn"));
 }
 
+// A deleter may free the handles of all contexts; their stores are there until the end.
+TEST_F(InspectTest, DeletersMayFreeHandles) {
+    put<Process>(0, "process");
+    put<Zarn>(0, "zarn");
+    put<Workspace>(0, "workspace");
+    actor = "workspace";
+    act = [this] {
+        const Context<Process> freedLast(std::move(process));
+        const Context<Zarn> freed(std::move(zarn));
+        const Context<Workspace> freedFirst(std::move(workspace));
+    };
+    EXPECT_EQ(eraseStates(), 1);
+    EXPECT_THAT(deaths, ElementsAre("workspace", "zarn", "process"));
+    EXPECT_THAT(handler.reports(), IsEmpty());
+}
+
 // What another thread works with is left alone.
 TEST_F(InspectTest, PassesOverContextsOfOtherThreads) {
     const Watchdog watchdog("erasing beside another thread");

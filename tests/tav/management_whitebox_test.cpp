@@ -822,9 +822,11 @@ bool isLocked(ContextImpl<Process>& process) { return isLocked(process.*exposed(
 
 // A child that nobody shares but the list dies once the parent is unlocked.
 TEST_F(ContextImplTest, RemovedChildDiesUnlocked) {
-    Impl<Zarn> child = process->createChild();
-    put(child, 0, "state", [this] { EXPECT_FALSE(isLocked(*process)); });
-    process->removeChild(std::exchange(child, nullptr).get());
+    Impl<Zarn> shared = process->createChild();
+    put(shared, 0, "state", [this] { EXPECT_FALSE(isLocked(*process)); });
+    ContextImpl<Zarn>* const child = shared.get();
+    shared.reset();
+    process->removeChild(child);
     EXPECT_THAT(log.deaths(), ElementsAre("state"));
 }
 
