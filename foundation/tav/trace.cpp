@@ -51,3 +51,16 @@ void ScopeTrace::exit() noexcept {
 }
 
 }  // namespace foundation::tav::detail
+
+// For gdb, which runs the text if it trusts the file that it is in (docs/debugging.md): a section that is never loaded
+// into memory, in this file since every program of a static build links it. The text gets names of its own, beside
+// those of other libraries' scripts. 4: a Python text, with its own name on the first line.
+#ifdef FOUNDATION_TAV_GDB_SCRIPT
+asm(".pushsection .debug_gdb_scripts, \"MS\", %progbits, 1\n"
+    ".byte 4\n"
+    ".ascii \"foundation_tav\\nexec(r'''\"\n"
+    ".incbin \"" FOUNDATION_TAV_GDB_SCRIPT
+    "\"\n"
+    ".asciz \"''', {'__name__': 'foundation_tav'})\\n\"\n"
+    ".popsection\n");
+#endif
