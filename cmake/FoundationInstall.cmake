@@ -1,5 +1,5 @@
 # The package foundation_tav: libraries, public headers, and what find_package(foundation_tav) and pkg-config read. There
-# are two install components: what programs need to run, and what building programs takes besides.
+# are two install components: what programs need to run, and what building programs takes besides. The tools are a third.
 
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
@@ -25,6 +25,10 @@ foreach(name IN LISTS bundled_components)
           COMPONENT foundation_development)
   foundation_install_pkg_config(${name})
 endforeach()
+
+if(FOUNDATION_BUILD_TOOLS)
+  install(TARGETS tav-timeline RUNTIME COMPONENT foundation_tools)
+endif()
 
 list(JOIN bundled_components " " bundled_component_list)
 configure_package_config_file(cmake/foundation_tav-config.cmake.in foundation_tav-config.cmake

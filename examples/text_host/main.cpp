@@ -33,10 +33,16 @@ constexpr int wrongUsage = 2;
 // Details (2), information (16), scope entry (32) and exit (64), errors (512).
 constexpr unsigned fullTrace = 2 | 16 | 32 | 64 | 512;
 
-// Without a sink of the application's own, Boost.Log would write the library's records to standard output.
-void setUpTrace(bool isFull) {
-    foundation::log::add_console_sink();
-    if (isFull) {
+// Without a sink of the application's own, Boost.Log would write the library's records to standard output. What is
+// written to a file only doesn't fill the terminal too.
+void setUpTrace(const Options& options) {
+    if (options.traceFile) {
+        foundation::log::add_file_sink(*options.traceFile);
+    }
+    if (options.trace || !options.traceFile) {
+        foundation::log::add_console_sink();
+    }
+    if (options.trace || options.traceFile) {
         foundation::log::set_severity_mask("foundation::tav", fullTrace);
     }
 }
@@ -128,7 +134,7 @@ int run(const Options& options) {
         std::cout << usage;
         return success;
     }
-    setUpTrace(options.trace);
+    setUpTrace(options);
     return options.misuse ? runMisuse(*options.misuse) : runAnalysis(options);
 }
 

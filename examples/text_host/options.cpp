@@ -6,9 +6,10 @@
 namespace text_host {
 
 const std::string_view usage =
-    "usage: text_host [--plugin FILE] [--threads N] [--teardown] [--trace] DIR...\n"
-    "       text_host [--trace] --misuse NAME|list\n"
+    "usage: text_host [--plugin FILE] [--threads N] [--teardown] [TRACE] DIR...\n"
+    "       text_host [TRACE] --misuse NAME|list\n"
     "       text_host --help\n"
+    "TRACE: [--trace] [--trace-file FILE]\n"
     "\n"
     "Counts the words of every text file below each DIR, which is a project of its own.\n"
     "\n"
@@ -18,6 +19,8 @@ const std::string_view usage =
     "                 projects and processors, at most 4)\n"
     "  --teardown     show the order in which the states died\n"
     "  --trace        show the library's diagnostic trace on standard error\n"
+    "  --trace-file FILE\n"
+    "                 append the trace to a file, from which tav-timeline makes a page\n"
     "  --misuse NAME  misuse the library on purpose and show what its error handler gets;\n"
     "                 'list' lists the names\n"
     "\n"
@@ -77,6 +80,8 @@ private:
             m_options.misuse = value(argument, equals);
         } else if (name == "--plugin") {
             m_options.plugin = value(argument, equals);
+        } else if (name == "--trace-file") {
+            m_options.traceFile = value(argument, equals);
         } else {
             flag(argument) = true;
         }

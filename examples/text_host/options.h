@@ -19,6 +19,7 @@ struct Options {
     bool help = false;
     bool teardown = false;
     bool trace = false;
+    std::optional<std::filesystem::path> traceFile;
     std::optional<std::size_t> threads;  ///< as asked for
     std::optional<std::string> misuse;   ///< the name, or "list"
     std::optional<std::filesystem::path> plugin;

@@ -5,8 +5,8 @@ file(REMOVE_RECURSE ${WORK})
 file(COPY ${PREFIX}/ DESTINATION ${WORK}/moved/elsewhere)
 
 file(GLOB_RECURSE files ${WORK}/moved/*)
-# Libraries that are not stripped name the folder that they were built in, in debug information alone.
-list(FILTER files EXCLUDE REGEX "/lib/libfoundation_")
+# What is not stripped names the folder that it was built in, in debug information alone.
+list(FILTER files EXCLUDE REGEX "/lib/libfoundation_|/bin/")
 foreach(folder IN ITEMS ${INSTALLED} ${PREFIX} ${SOURCE})
   execute_process(COMMAND grep --fixed-strings --files-with-matches ${folder} ${files} OUTPUT_VARIABLE named)
   expect_text("Files that name ${folder}" "${named}" "")

@@ -5,9 +5,10 @@ source "$(dirname "${BASH_SOURCE[0]}")/support.bash"
 
 usage() {
     cat <<'END'
-usage: text_host [--plugin FILE] [--threads N] [--teardown] [--trace] DIR...
-       text_host [--trace] --misuse NAME|list
+usage: text_host [--plugin FILE] [--threads N] [--teardown] [TRACE] DIR...
+       text_host [TRACE] --misuse NAME|list
        text_host --help
+TRACE: [--trace] [--trace-file FILE]
 
 Counts the words of every text file below each DIR, which is a project of its own.
 
@@ -17,6 +18,8 @@ Counts the words of every text file below each DIR, which is a project of its ow
                  projects and processors, at most 4)
   --teardown     show the order in which the states died
   --trace        show the library's diagnostic trace on standard error
+  --trace-file FILE
+                 append the trace to a file, from which tav-timeline makes a page
   --misuse NAME  misuse the library on purpose and show what its error handler gets;
                  'list' lists the names
 
@@ -45,6 +48,7 @@ refused "unknown option '-dashed'" -dashed
 refused "unknown option '--teardown=yes'" --teardown=yes ./-dashed
 refused '--threads takes a value' --threads
 refused "--threads takes a number from 1 to 256, not '0'" --threads 0 ./-dashed
+refused '--trace-file takes a value' ./-dashed --trace-file
 refused '--misuse takes a value' --misuse
 refused '--misuse takes no DIR' --misuse list ./-dashed
 

@@ -28,6 +28,7 @@ TEST(Options, HoldTheDirectories) {
     EXPECT_FALSE(options.help);
     EXPECT_FALSE(options.teardown);
     EXPECT_FALSE(options.trace);
+    EXPECT_EQ(options.traceFile, std::nullopt);
     EXPECT_EQ(options.threads, std::nullopt);
     EXPECT_EQ(options.misuse, std::nullopt);
     EXPECT_EQ(options.plugin, std::nullopt);
@@ -50,6 +51,8 @@ TEST(Options, TakeValuesInTwoSpellings) {
     EXPECT_EQ(parseOptions({"--misuse=a=b"}).misuse, "a=b");
     EXPECT_EQ(parseOptions({"--plugin", "p.so", "a"}).plugin, "p.so");
     EXPECT_EQ(parseOptions({"--plugin=p.so", "a"}).plugin, "p.so");
+    EXPECT_EQ(parseOptions({"--trace-file", "t", "a"}).traceFile, "t");
+    EXPECT_EQ(parseOptions({"--trace-file=t", "a"}).traceFile, "t");
 }
 
 // After two dashes nothing is an option any more; a single dash never is.

@@ -27,6 +27,28 @@ grep -qE '\[foundation::tav\] 32 [^ ].*::destroy\(\).*  this=0x' "$work/stderr" 
 grep -qE '\[foundation::tav\] 32   [^ ].*::releaseParentNoLock\(\).*  this=0x' "$work/stderr" ||
     fail 'the records inside of a destruction are not indented'
 
+# To a file instead, which a second run appends to.
+whole=$(wc -l <"$work/stderr")
+for run in 1 2; do
+    run --threads 1 --trace-file trace.log project
+    expect_status 0
+    expect_stdout <"$work/expected"
+    : | expect_stderr
+    [ "$(wc -l <trace.log)" -eq $((run * whole)) ] || fail "run $run left $(wc -l <trace.log) records in the file"
+done
+! grep -vE "$record" trace.log || fail 'those are no records'
+
+# To both at once, alike.
+run --threads 1 --trace --trace-file both.log project
+expect_status 0
+[ "$(wc -l <both.log)" -eq "$(wc -l <"$work/stderr")" ] || fail 'the file has other records than standard error'
+
+# A file that can't be opened is named, and nothing is done.
+run --trace-file missing/trace.log project
+expect_status 1
+: | expect_stdout
+expect_stderr <<<'text_host: filesystem error: cannot open the log file: No such file or directory [missing/trace.log]'
+
 # Without the option the mask is the environment's.
 export FOUNDATION_LOG_MASK=foundation::tav=16
 run --threads 1 project
