@@ -65,7 +65,7 @@ void Model::handle(const Entry& entry) {
     frame.operation.begin = m_place.time;
     applyEntry(thread, frame, entry);
     tell([&](Observer& observer) { observer.operationBegan(frame.operation); });
-    thread.frames.push_back(std::move(frame));
+    thread.frames.push_back(frame);
 }
 
 void Model::handle(const Exit& exit) {
@@ -150,7 +150,7 @@ void Model::closeLost(ThreadState& thread, bool isExit) {
 }
 
 void Model::closeTop(ThreadState& thread, Operation::Ending ending) {
-    Frame frame = std::move(thread.frames.back());
+    Frame frame = thread.frames.back();
     thread.frames.pop_back();
     frame.operation.end = m_place.time;
     frame.operation.ending = ending;

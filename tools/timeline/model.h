@@ -61,7 +61,7 @@ public:
     Model(std::vector<Observer*> observers, Problems& problems)
         : m_observers(std::move(observers)), m_problems(problems) {}
 
-    void add(const RecordReader::Numbered& record);
+    void add(const RecordReader::Numbered& numbered);
 
     /// After the last record: ends what is still going on.
     void finish();

@@ -115,7 +115,7 @@ std::string utcTime(Time time) {
 std::string duration(Time microseconds) {
     const auto value = static_cast<double>(microseconds);
     if (microseconds < 1000) return formatted("%.0f µs", value);
-    if (microseconds < 1000 * 1000) return formatted("%.3g ms", value / 1e3);
+    if (microseconds < 1'000'000) return formatted("%.3g ms", value / 1e3);
     return formatted("%.2f s", value / 1e6);
 }
 
