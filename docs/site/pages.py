@@ -91,7 +91,9 @@ class Site:
                 return f'<span class="option">{span[0]}</span>'
             if "::" not in code or NAME.fullmatch(code):
                 return span[0]
-            return f"<code>{escape(code, quote=False)}</code>".replace("::", "\\::")
+            text = f"<code>{escape(code, quote=False)}</code>"
+            # What is quoted is not linked.
+            return re.sub(r'"[^"]*"|::', lambda part: r"\::" if part[0] == "::" else part[0], text)
 
         return markdown.CODE_SPAN.sub(shielded, line)
 
@@ -106,7 +108,7 @@ class Site:
         return f"[{text}]({url})" if url else text
 
     def _image(self, text, image):
-        name = str(image.relative_to(self.repository / "docs")).replace("/", "_")
+        name = str(image.relative_to(self.repository)).replace("/", "_")
         shutil.copy(image, self.html / name)
         return f'<div class="picture"><img class="{image.parent.name}" src="{name}" alt="{escape(text)}"/></div>'
 
