@@ -101,7 +101,7 @@ void add_console_sink() {
 }
 
 void add_file_sink(const std::filesystem::path& path) {
-    File file(std::fopen(path.c_str(), "a"), &std::fclose);
+    File file(std::fopen(path.string().c_str(), "a"), &std::fclose);
     if (!file) {
         throw std::filesystem::filesystem_error("cannot open the log file", path,
                                                 std::error_code(errno, std::generic_category()));

@@ -1,15 +1,13 @@
-#include <dlfcn.h>
 #include <foundation/core/diag.h>
 #include <foundation/state/detail/registry.h>
 #include <foundation/state/module.h>
 #include <foundation/state/type_id.h>
+#include <foundation/tav/detail/platform.h>
 #include <foundation/tav/inspect.h>
 #include <foundation/tav/report.h>
 #include <foundation/tav/scope.h>
 #include <foundation/tav/unload.h>
-#include <link.h>
 #include <algorithm>
-#include <cerrno>
 #include <functional>
 #include <locale>
 #include <sstream>
@@ -44,11 +42,9 @@ std::string nameOf(const std::type_info& scope, std::uint64_t id) {
 }  // namespace
 
 Module moduleOf(const void* address) {
-    dl_find_object found{};
-    if (_dl_find_object(const_cast<void*>(address), &found) != 0) return {};
-    const char* const file = found.dlfo_link_map->l_name;
-    // The loader has no name for the program itself.
-    return {*file ? file : program_invocation_name, found.dlfo_map_start, found.dlfo_map_end};
+    const tav::detail::platform::LoadedModule found = tav::detail::platform::loadedModule(address);
+    if (!found.file) return {};
+    return {found.file, found.begin, found.end};
 }
 
 std::vector<OwnedState> statesOf(const Module& module) {

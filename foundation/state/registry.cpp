@@ -1,9 +1,9 @@
-#include <cxxabi.h>
 #include <foundation/core/diag.h>
 #include <foundation/state/detail/registry.h>
 #include <foundation/state/state.h>
 #include <foundation/state/type_id.h>
 #include <foundation/tav/detail.h>
+#include <foundation/tav/detail/platform.h>
 #include <foundation/tav/report.h>
 #include <foundation/tav/scope.h>
 #include <algorithm>
@@ -51,7 +51,7 @@ Registry& Registry::instance() {
 /// with the place of the anchor in its file, which is the same when a module is loaded again.
 std::string Registry::keyOf(const std::type_info& type, const Module& module, const void* anchor) {
     const std::string key = type.name();
-    if (key.find("_GLOBAL__N_") == std::string::npos) return key;
+    if (!tav::detail::platform::isOfUnnamedNamespace(key)) return key;
     const auto offset = static_cast<const std::byte*>(anchor) - static_cast<const std::byte*>(module.begin);
     return key + " " + std::to_string(offset) + " " + module.file;
 }
@@ -134,9 +134,6 @@ std::string typeName(const std::type_info& scope, std::uint64_t id) {
     return detail::Registry::instance().nameOf(scope, id);
 }
 
-/// The Itanium ABI has the pointee's type in the pointer's, complete or not.
-const std::type_info& pointedAt(const std::type_info& pointer) {
-    return *static_cast<const abi::__pbase_type_info&>(pointer).__pointee;
-}
+const std::type_info& pointedAt(const std::type_info& pointer) { return tav::detail::platform::pointedAt(pointer); }
 
 }  // namespace foundation::state

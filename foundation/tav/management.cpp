@@ -29,6 +29,7 @@
 #include <foundation/tav/detail/check.h>
 #include <foundation/tav/detail/member_name.h>
 #include <foundation/tav/detail/messages.h>
+#include <foundation/tav/detail/platform.h>
 #include <foundation/tav/detail/report.h>
 #include <foundation/tav/detail/scope_trace.h>
 #include <foundation/tav/detail/trace.h>
@@ -196,7 +197,7 @@ constexpr std::ptrdiff_t blockSize = 32;
 /// Whether any slot of a block is taken. Written with the compiler's vectors, since compilers don't make any of the
 /// plain loop at -O2: four times as fast.
 inline bool isAnyTaken(StatePtr* const* block) {
-    typedef std::uintptr_t Slots [[gnu::vector_size(16), gnu::may_alias]];
+    using Slots = detail::platform::PointerPair;
     constexpr std::ptrdiff_t count = blockSize / 2;
     const auto* const slots = reinterpret_cast<const Slots*>(block);
     Slots taken{};
@@ -356,7 +357,7 @@ constinit std::atomic<ContextImpl<scope::Process>*> activeProcessContext = nullp
 /// fixed distance from the thread pointer, even in a shared library: two pointers fit into what the loader sets aside
 /// for libraries that are loaded late.
 template <class Scope>
-[[gnu::tls_model("initial-exec")]] constinit thread_local ContextImpl<Scope>* currentContext = nullptr;
+FOUNDATION_TAV_INITIAL_EXEC constinit thread_local ContextImpl<Scope>* currentContext = nullptr;
 
 /// The context that state operations of a scope work on, or null.
 template <class Scope>

@@ -1,3 +1,4 @@
+#include <foundation/tav/detail/platform.h>
 #include <foundation/tav/detail/scope_trace.h>
 #include <foundation/tav/detail/trace.h>
 #include <boost/log/sources/severity_feature.hpp>
@@ -27,12 +28,12 @@ private:
 
 // Before every static initialiser of default priority: in a static build nothing else would order the loggers before
 // globals of the program that hold contexts.
-[[gnu::init_priority(101)]] log::diagnostic_logger errorLogger("foundation::tav");
-[[gnu::init_priority(101)]] log::diagnostic_logger libraryLogger("foundation::tav");
+FOUNDATION_TAV_INIT_FIRST log::diagnostic_logger errorLogger("foundation::tav");
+FOUNDATION_TAV_INIT_FIRST log::diagnostic_logger libraryLogger("foundation::tav");
 
 // Boost.Log makes a thread's severity slot when it is first asked for, and destroys it accordingly: asked for here, the
 // main thread's outlives the globals of the program, whose destructors may still trace.
-[[gnu::init_priority(101)]] const ThreadSeverity mainThreadSeverity{Severity{}};
+FOUNDATION_TAV_INIT_FIRST const ThreadSeverity mainThreadSeverity{Severity{}};
 
 boost::log::record openRecord(log::diagnostic_logger& logger, Severity severity) {
     if (!logger.core()->get_logging_enabled()) return {};

@@ -1,6 +1,6 @@
 // Making contexts current takes naming the activator.
 // g++: to non-scalar type 'const foundation::tav::management::thisthread::ContextActivator' requested
-// clang++: (aka 'foundation::tav::management::ContextSet') to 'const foundation::tav::management::thisthread
+// clang++: to 'const foundation::tav::management::thisthread::ContextActivator'
 
 #include <foundation/tav/context_activator.h>
 #include <utility>

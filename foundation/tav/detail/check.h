@@ -5,6 +5,7 @@
 /// error handler; the process ends if the host's diagnostics ask for it, and goes on past the check otherwise.
 
 #include <foundation/core/diag.h>
+#include <foundation/tav/detail/platform.h>
 
 namespace foundation::tav::detail {
 
@@ -16,4 +17,5 @@ namespace foundation::tav::detail {
 
 /// Checks an invariant; a macro for the expression's text and its place.
 #define FOUNDATION_TAV_CHECK(expression) \
-    ((expression) ? void() : ::foundation::tav::detail::failCheck(#expression, __FILE__, __LINE__, __PRETTY_FUNCTION__))
+    ((expression) ? void()               \
+                  : ::foundation::tav::detail::failCheck(#expression, __FILE__, __LINE__, FOUNDATION_TAV_SIGNATURE))

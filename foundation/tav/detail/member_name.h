@@ -39,8 +39,13 @@ struct TagText<scope::Workspace> {
 template <std::size_t... sizes>
 consteval auto join(const Text<sizes>&... parts) {
     std::array<char, ((sizes - 1) + ... + 1)> joined{};
-    auto end = joined.begin();
-    ((end = std::copy_n(parts.characters.begin(), sizes - 1, end)), ...);
+    std::size_t end = 0;
+    // No algorithm: g++ has no constant for what the checked library asks of a temporary's address.
+    const auto append = [&](const auto& characters) {
+        for (std::size_t i = 0; i + 1 < characters.size(); ++i)
+            joined[end++] = characters[i];
+    };
+    (append(parts.characters), ...);
     return joined;
 }
 

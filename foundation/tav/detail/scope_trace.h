@@ -3,6 +3,7 @@
 /// @file
 /// Entry and exit records of the traced operations, and the indentation between them.
 
+#include <foundation/tav/detail/platform.h>
 #include <foundation/tav/detail/trace.h>
 #include <exception>
 
@@ -49,4 +50,4 @@ private:
     if (::foundation::tav::detail::isEnabled(                                                                 \
             ::foundation::tav::detail::libraryLogger,                                                         \
             ::foundation::tav::detail::entrySeverity | ::foundation::tav::detail::exitSeverity)) [[unlikely]] \
-    scopeTrace.enter(__PRETTY_FUNCTION__, [&](auto& stream) { stream << details; })
+    scopeTrace.enter(FOUNDATION_TAV_SIGNATURE, [&](auto& stream) { stream << details; })
