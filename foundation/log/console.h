@@ -39,8 +39,8 @@ namespace foundation::log {
 /// @throws std::bad_alloc
 FOUNDATION_LOG_EXPORT void add_console_sink();
 
-/// Installs a sink that appends to the file, which is made if it isn't there. Each call adds one. The file grows as long
-/// as there are records: it is neither cut nor changed for another.
+/// Installs a sink that appends to the file, which is made if it isn't there. Each call adds one. The file grows as
+/// long as there are records: it is neither cut nor changed for another.
 ///
 /// @throws std::filesystem::filesystem_error with the path and the system's reason, where the file can't be opened
 /// @throws std::bad_alloc
