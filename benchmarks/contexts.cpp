@@ -15,7 +15,7 @@ namespace {
 // Create and destroy, empty
 
 void BM_CreateProcess(benchmark::State& state) {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         Context<Process> process(false);
         use(&process);
     }
@@ -24,7 +24,7 @@ BENCHMARK(BM_CreateProcess);
 
 void BM_CreateZarn(benchmark::State& state) {
     Context<Process> process;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         Context<Zarn> zarn(process);
         use(&zarn);
     }
@@ -34,7 +34,7 @@ BENCHMARK(BM_CreateZarn);
 void BM_CreateWorkspace(benchmark::State& state) {
     Context<Process> process;
     Context<Zarn> zarn(process);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         Context<Workspace> workspace(zarn);
         use(&workspace);
     }
@@ -42,7 +42,7 @@ void BM_CreateWorkspace(benchmark::State& state) {
 BENCHMARK(BM_CreateWorkspace);
 
 void BM_CreateProcessFloor(benchmark::State& state) {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         auto* process = floor::create();
         use(process);
         floor::destroy(process);
@@ -52,7 +52,7 @@ BENCHMARK(BM_CreateProcessFloor);
 
 void BM_CreateZarnFloor(benchmark::State& state) {
     const FloorHost host;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         auto* zarn = floor::create(*host.process);
         use(zarn);
         floor::destroy(zarn);
@@ -62,7 +62,7 @@ BENCHMARK(BM_CreateZarnFloor);
 
 void BM_CreateWorkspaceFloor(benchmark::State& state) {
     const FloorHost host;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         auto* workspace = floor::create(*host.zarn);
         use(workspace);
         floor::destroy(workspace);
@@ -71,7 +71,7 @@ void BM_CreateWorkspaceFloor(benchmark::State& state) {
 BENCHMARK(BM_CreateWorkspaceFloor);
 
 void BM_CreateAsioContext(benchmark::State& state) {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         boost::asio::execution_context context;
         use(&context);
     }
@@ -84,7 +84,7 @@ BENCHMARK(BM_CreateAsioContext);
 void BM_ZarnOfOneState(benchmark::State& state) {
     const std::uint64_t id = typeIDs<Zarn>(1)[0];
     Context<Process> process;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         Context<Zarn> zarn(process);
         const ContextActivator activator(zarn);
         use(&Detail<Zarn>::insert(id, stateType, makeState()));
@@ -96,7 +96,7 @@ template <int scanCount>
 void BM_ZarnOfOneStateFloor(benchmark::State& state) {
     const std::uint64_t id = typeIDs<Zarn>(1)[0];
     auto* const process = floor::create();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         auto* const zarn = floor::create(*process);
         auto* const activation = floor::push(*zarn);
         use(&floor::insert(id, stateType, makeState()));

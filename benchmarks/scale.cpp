@@ -53,7 +53,7 @@ BENCHMARK(BM_ScaleContextsVisit)->RangeMultiplier(10)->Range(1, 10'000);
 void BM_ScaleContextsCreate(benchmark::State& state) {
     Context<Process> process;
     const auto contexts = makeContexts(process, state.range(0));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         Context<Zarn> zarn(process);
         use(&zarn);
     }
@@ -84,7 +84,7 @@ void measureShuffledFinds(benchmark::State& state, const Insert& insert, const F
         insert(id);
     std::shuffle(ids.begin(), ids.end(), std::minstd_rand());
     auto next = ids.begin();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         use(find(*next));
         if (++next == ids.end()) next = ids.begin();
     }

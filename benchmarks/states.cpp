@@ -85,7 +85,7 @@ void measureOldest(benchmark::State& state, const Insert& insert, const Erase& e
     for (const std::uint64_t id : ids)
         insert(id);
     auto oldest = ids.begin();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         erase(*oldest);
         insert(*oldest);
         if (++oldest == ids.end()) oldest = ids.begin();

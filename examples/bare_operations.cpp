@@ -2,12 +2,14 @@
 // here. Ids are kept, pointers are cast, and the deleter of each state is the host's own. For hosts that can't link to
 // foundation::state, and for reading beside it.
 
+#include <foundation/tav/context.h>
 #include <foundation/tav/context_activator.h>
 #include <foundation/tav/detail.h>
+#include <foundation/tav/scope.h>
+#include <foundation/tav/state_ptr.h>
 #include <cstdint>
 #include <iostream>
 #include <string>
-#include <typeinfo>
 #include <utility>
 
 namespace {

@@ -1,5 +1,9 @@
 #include <foundation/state/hand_off.h>
+#include <foundation/state/scope_of.h>
 #include <foundation/state/state.h>
+#include <foundation/tav/context.h>
+#include <foundation/tav/context_activator.h>
+#include <foundation/tav/scope.h>
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <iostream>

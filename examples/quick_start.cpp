@@ -1,5 +1,8 @@
+#include <foundation/tav/context.h>
 #include <foundation/tav/context_activator.h>
 #include <foundation/tav/detail.h>
+#include <foundation/tav/scope.h>
+#include <foundation/tav/state_ptr.h>
 #include <iostream>
 #include <utility>
 #include <vector>

@@ -1,5 +1,7 @@
 #include <foundation/state/state.h>
+#include <foundation/tav/context.h>
 #include <foundation/tav/context_activator.h>
+#include <foundation/tav/scope.h>
 #include <iostream>
 #include <vector>
 

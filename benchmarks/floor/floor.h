@@ -20,7 +20,8 @@
 namespace bench::floor {
 
 struct ProcessContext {
-    ProcessContext() {}  // user-provided: the memory is not zeroed before the members are initialised
+    // User-provided: the memory is not zeroed before the members are initialised.
+    ProcessContext() {}  // NOLINT(modernize-use-equals-default): see above
 
     std::mutex mutex;  // of everything below
     Link children;

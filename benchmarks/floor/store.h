@@ -28,7 +28,7 @@ struct Link {
         next->previous = this;
         position.next = this;
     }
-    void unlink() {
+    void unlink() {  // NOLINT(readability-make-member-function-const): it changes the list, if not the link
         previous->next = next;
         next->previous = previous;
     }
@@ -76,7 +76,7 @@ public:
 
     /// Whether any slot is taken: a table read as fast as the cache gives it.
     bool isAnyTaken() const {
-        typedef std::uintptr_t Slots [[gnu::vector_size(16), gnu::may_alias]];
+        using Slots [[gnu::vector_size(16), gnu::may_alias]] = std::uintptr_t;
         constexpr std::size_t step = 8;
         const auto* const slots = reinterpret_cast<const Slots*>(m_slots.data());
         Slots taken{};

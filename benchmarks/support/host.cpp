@@ -32,7 +32,7 @@ template std::span<const std::uint64_t> typeIDs<Process>(std::size_t);
 template std::span<const std::uint64_t> typeIDs<Zarn>(std::size_t);
 template std::span<const std::uint64_t> typeIDs<Workspace>(std::size_t);
 
-StatePtr makeState() { return StatePtr(new Payload, &deletePayload); }
+StatePtr makeState() { return {new Payload, &deletePayload}; }
 
 FloorHost::FloorHost() {
     floor::setActive(process);

@@ -9,7 +9,6 @@
 #include <foundation/tav/detail.h>
 #include <foundation/tav/scope.h>
 #include <foundation/tav/state_ptr.h>
-#include <time.h>
 #include <algorithm>
 #include <barrier>
 #include <chrono>

@@ -1,13 +1,16 @@
 // A plugin of text_host: the longest word of each project. See text_host/document_analysis.h for what the host expects.
 
 #include <foundation/state/module.h>
+#include <foundation/state/scope_of.h>
 #include <foundation/state/state.h>
 #include <foundation/tav/scope.h>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include "document_analysis.h"
 #include "states.h"
+#include "words.h"
 
 // Quoted in the documents; a test keeps both the same.
 static const foundation::state::ModuleGuard guard;

@@ -1,11 +1,17 @@
 #include "analysis.h"
 
+#include <foundation/state/scope_of.h>
+#include <foundation/state/state.h>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <utility>
 #include "console.h"
 #include "document_analysis.h"
 #include "states.h"
 #include "teardown_log.h"
+#include "words.h"
 
 namespace text_host {
 

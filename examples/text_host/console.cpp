@@ -1,5 +1,7 @@
 #include "console.h"
 
+#include <ostream>
+
 namespace text_host {
 
 void Console::showProblem(const Problem& problem) {

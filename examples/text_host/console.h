@@ -6,8 +6,8 @@
 #include <foundation/tav/scope.h>
 #include <chrono>
 #include <cstdint>
+#include <iosfwd>
 #include <mutex>
-#include <ostream>
 #include <string>
 #include "documents.h"
 

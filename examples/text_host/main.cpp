@@ -4,16 +4,27 @@
 
 #include <foundation/log/console.h>
 #include <foundation/log/diagnostic_logger.h>
+#include <foundation/state/scope_of.h>
+#include <foundation/state/state.h>
+#include <foundation/tav/context.h>
 #include <foundation/tav/context_activator.h>
+#include <foundation/tav/error.h>
+#include <foundation/tav/scope.h>
 #include <unistd.h>
 #include <algorithm>
+#include <cstddef>
 #include <exception>
 #include <iostream>
 #include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
 #include <thread>
+#include <vector>
 #include "analysis.h"
 #include "console.h"
 #include "document_analysis.h"
+#include "documents.h"
 #include "misuse.h"
 #include "options.h"
 #include "plugin.h"

@@ -1,13 +1,17 @@
 #include "misuse.h"
 
 #include <foundation/core/diag.h>
+#include <foundation/state/state.h>
 #include <foundation/tav/context.h>
 #include <foundation/tav/context_activator.h>
+#include <foundation/tav/error.h>
+#include <foundation/tav/scope.h>
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <exception>
 #include <future>
+#include <system_error>
 #include "states.h"
 
 namespace text_host {

@@ -2,6 +2,8 @@
 
 #include <charconv>
 #include <span>
+#include <system_error>
+#include <utility>
 
 namespace text_host {
 

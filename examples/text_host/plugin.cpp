@@ -1,6 +1,7 @@
 #include "plugin.h"
 
 #include <dlfcn.h>
+#include <foundation/state/module.h>
 #include "document_analysis.h"
 
 namespace text_host {

@@ -1,11 +1,17 @@
 #include "projects.h"
 
 #include <foundation/state/hand_off.h>
+#include <foundation/state/scope_of.h>
+#include <foundation/state/state.h>
+#include <foundation/tav/context.h>
 #include <foundation/tav/context_activator.h>
+#include <foundation/tav/scope.h>
 #include <algorithm>
 #include <atomic>
 #include <exception>
 #include <functional>
+#include <optional>
+#include <string>
 #include <thread>
 #include <utility>
 #include "analysis.h"

@@ -6,6 +6,8 @@
 
 #include <foundation/tav/context.h>
 #include <foundation/tav/context_set.h>
+#include <foundation/tav/scope.h>
+#include <cstddef>
 #include <filesystem>
 #include <vector>
 

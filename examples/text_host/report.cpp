@@ -1,7 +1,10 @@
 #include "report.h"
 
+#include <foundation/state/scope_of.h>
+#include <foundation/state/state.h>
 #include <cstdint>
 #include <iomanip>
+#include <ostream>
 #include <string_view>
 #include "document_analysis.h"
 #include "documents.h"

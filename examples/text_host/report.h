@@ -3,7 +3,8 @@
 /// @file
 /// The tables at the end of a run.
 
-#include <ostream>
+#include <cstddef>
+#include <iosfwd>
 #include <string>
 #include <string_view>
 #include <vector>

@@ -15,7 +15,7 @@
 /// The order of destruction is part of the design: counts refer to words that the dictionary owns, and every Workspace
 /// and Zarn state is gone before the first Process state dies.
 
-#include <foundation/state/state.h>
+#include <foundation/state/scope_of.h>
 #include <foundation/tav/scope.h>
 #include <cstddef>
 #include <cstdint>

@@ -14,6 +14,7 @@
 /// state::findOrFail<Selection>();  // the one of the workspace that is current on the calling thread
 /// @endcode
 
+#include <foundation/state/scope_of.h>
 #include <foundation/state/state.h>
 #include <foundation/tav/scope.h>
 #include <memory>

@@ -22,7 +22,7 @@
 #include <foundation/core/export.h>
 #include <atomic>
 #include <boost/config.hpp>
-#include <boost/exception/exception.hpp>
+#include <boost/exception/exception.hpp>  // IWYU pragma: keep
 #include <memory>
 #include <string>
 

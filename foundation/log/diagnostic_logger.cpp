@@ -1,10 +1,12 @@
 #include <foundation/log/diagnostic_logger.h>
 
 #include <algorithm>
+#include <boost/log/attributes/attribute_value.hpp>
 #include <boost/log/attributes/attribute_value_impl.hpp>
 #include <boost/log/attributes/constant.hpp>
 #include <boost/log/attributes/function.hpp>
 #include <boost/log/sources/severity_feature.hpp>
+#include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -23,7 +25,8 @@ constexpr unsigned defaultMask = 512;
 class MaskRegistry {
 public:
     MaskRegistry() {
-        if (const char* pairs = std::getenv("FOUNDATION_LOG_MASK")) readPairs(pairs);
+        const char* const pairs = std::getenv("FOUNDATION_LOG_MASK");  // NOLINT(concurrency-mt-unsafe): once
+        if (pairs) readPairs(pairs);
     }
 
     std::atomic<unsigned>& mask(std::string_view channel) {
@@ -110,8 +113,11 @@ namespace detail {
 
 indent_attribute::indent_attribute() : attribute(new IndentationSource) {}
 
+// The depth is the thread's and no attribute's, but that is nothing that callers should write down.
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): see above
 void indent_attribute::increase() noexcept { ++indentationDepth; }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): see above
 void indent_attribute::decrease() noexcept {
     if (indentationDepth > 0) --indentationDepth;
 }

@@ -2,6 +2,7 @@
 
 #include <foundation/core/except.h>
 #include <exception>
+#include <string>
 
 namespace foundation::log::detail {
 

@@ -1,4 +1,6 @@
 #include <foundation/state/hand_off.h>
+#include <foundation/tav/context_activator.h>
+#include <foundation/tav/context_set.h>
 #include <foundation/tav/inspect.h>
 #include <foundation/tav/report.h>
 

@@ -5,7 +5,7 @@
 #include <foundation/tav/detail/platform.h>
 #include <foundation/tav/inspect.h>
 #include <foundation/tav/report.h>
-#include <foundation/tav/scope.h>
+#include <foundation/tav/state_ptr.h>
 #include <foundation/tav/unload.h>
 #include <algorithm>
 #include <functional>

@@ -1,16 +1,25 @@
 #include <foundation/core/diag.h>
 #include <foundation/state/detail/registry.h>
+#include <foundation/state/export.h>
+#include <foundation/state/module.h>
 #include <foundation/state/state.h>
 #include <foundation/state/type_id.h>
 #include <foundation/tav/detail.h>
 #include <foundation/tav/detail/platform.h>
 #include <foundation/tav/report.h>
-#include <foundation/tav/scope.h>
+#include <foundation/tav/state_ptr.h>
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
+#include <map>
+#include <mutex>
 #include <optional>
-#include <string_view>
+#include <string>
+#include <typeindex>
+#include <typeinfo>
 #include <utility>
+#include <vector>
 
 namespace foundation::state {
 namespace detail {
@@ -50,7 +59,7 @@ Registry& Registry::instance() {
 /// Mangled names are the same in all modules. Those of unnamed namespaces are so by accident only: they count together
 /// with the place of the anchor in its file, which is the same when a module is loaded again.
 std::string Registry::keyOf(const std::type_info& type, const Module& module, const void* anchor) {
-    const std::string key = type.name();
+    std::string key = type.name();
     if (!tav::detail::platform::isOfUnnamedNamespace(key)) return key;
     const auto offset = static_cast<const std::byte*>(anchor) - static_cast<const std::byte*>(module.begin);
     return key + " " + std::to_string(offset) + " " + module.file;

@@ -6,7 +6,10 @@
 #include <foundation/tav/type_error.h>
 #include <atomic>
 #include <boost/format.hpp>
-#include <new>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <typeinfo>
 
 namespace foundation::tav {
 namespace {

@@ -22,6 +22,7 @@
 //   `destroy` passes through `shutdown` while the state objects are being deleted.
 
 #include <foundation/core/except.h>
+#include <foundation/log/diagnostic_logger.h>
 #include <foundation/tav/context.h>
 #include <foundation/tav/context_activator.h>
 #include <foundation/tav/context_set.h>
@@ -33,11 +34,16 @@
 #include <foundation/tav/detail/report.h>
 #include <foundation/tav/detail/scope_trace.h>
 #include <foundation/tav/detail/trace.h>
+#include <foundation/tav/error.h>
 #include <foundation/tav/inspect.h>
+#include <foundation/tav/report.h>
+#include <foundation/tav/scope.h>
+#include <foundation/tav/state_ptr.h>
 #include <foundation/tav/type_error.h>
 #include <foundation/tav/unload.h>
 #include <algorithm>
 #include <atomic>
+#include <boost/format.hpp>
 #include <boost/intrusive/list.hpp>
 #include <cstdint>
 #include <cstdlib>
@@ -344,7 +350,7 @@ private:
 };
 
 /// Parent of the Process contexts and child of the Workspace contexts: pointers to it are always null.
-template <>
+template <>  // IWYU pragma: keep
 class ContextImpl<NoScope>;
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -963,7 +969,8 @@ ContextActivator::ContextActivator(NullContext<scope::Workspace>)
 ContextActivator::ContextActivator(ContextSet contexts)
     : m_pimpl(std::make_unique<Pimpl>(contexts.m_pimpl ? *contexts.m_pimpl : ContextSet::Pimpl{})) {}
 
-ContextActivator::~ContextActivator() noexcept(false) { deactivate(); }  // NOLINT(bugprone-exception-escape)
+// NOLINTNEXTLINE(bugprone-exception-escape): see the header
+ContextActivator::~ContextActivator() noexcept(false) { deactivate(); }
 
 void ContextActivator::deactivate() {
     const std::unique_ptr<Pimpl> record = std::move(m_pimpl);  // freed however this ends

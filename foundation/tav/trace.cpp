@@ -1,9 +1,15 @@
+#include <foundation/log/diagnostic_logger.h>
 #include <foundation/tav/detail/platform.h>
 #include <foundation/tav/detail/scope_trace.h>
 #include <foundation/tav/detail/trace.h>
+#include <boost/log/core/core.hpp>
+#include <boost/log/core/record.hpp>
 #include <boost/log/sources/severity_feature.hpp>
 #include <cstdint>
+#include <exception>
 #include <mutex>
+#include <string>
+#include <utility>
 
 namespace foundation::tav::detail {
 namespace {

@@ -1,6 +1,7 @@
 // The first id of each scope is 0 and the next 1, from before main on and without any context.
 
 #include <foundation/tav/detail.h>
+#include <cinttypes>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -16,8 +17,7 @@ bool isAsExpected = true;
 void expectID(const char* scope, std::uint64_t id, std::uint64_t expected) {
     if (id == expected) return;
     isAsExpected = false;
-    std::fprintf(stderr, "%s: id %ju instead of %ju\n", scope, static_cast<std::uintmax_t>(id),
-                 static_cast<std::uintmax_t>(expected));
+    std::fprintf(stderr, "%s: id %" PRIu64 " instead of %" PRIu64 "\n", scope, id, expected);
 }
 
 }  // namespace
