@@ -4,6 +4,7 @@
 
 #include <foundation/log/console.h>
 #include <foundation/log/diagnostic_logger.h>
+#include <foundation/state/inspect.h>
 #include <foundation/state/scope_of.h>
 #include <foundation/state/state.h>
 #include <foundation/tav/context.h>
@@ -81,6 +82,18 @@ void writeReport(std::vector<OpenProject>& projects) {
     writeTotals(std::cout, projects.size());
 }
 
+// All projects are open, and none is current on another thread any more.
+void writeInspection(const std::string& format) {
+    const state::Snapshot snapshot = state::inspect();
+    if (format == "json") {
+        state::writeJson(std::cout, snapshot);
+    } else if (format == "dot") {
+        state::writeDot(std::cout, snapshot);
+    } else {
+        state::writeText(std::cout, snapshot);
+    }
+}
+
 // Unloaded while all projects are open: nothing but the plugin itself has to take its states away.
 void endPlugin(Plugin& plugin, std::vector<OpenProject>& projects) {
     std::cout << "\nplugin: " << state::findOrFail<DocumentAnalysis>().name() << '\n';
@@ -106,7 +119,11 @@ int analyse(const Options& options, std::vector<std::string>& deaths) {
     std::vector<OpenProject> projects = openProjects(process, options.directories);
     analyseProjects(projects, threadsFor(options));
     state::findOrFail<Console>().endProgress();
-    writeReport(projects);
+    if (options.inspect) {
+        writeInspection(*options.inspect);
+    } else {
+        writeReport(projects);
+    }
     if (plugin) {
         endPlugin(*plugin, projects);
     }

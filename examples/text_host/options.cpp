@@ -8,13 +8,16 @@
 namespace text_host {
 
 const std::string_view usage =
-    "usage: text_host [--plugin FILE] [--threads N] [--teardown] [TRACE] DIR...\n"
+    "usage: text_host [--inspect FORMAT] [--plugin FILE] [--threads N] [--teardown] [TRACE] DIR...\n"
     "       text_host [TRACE] --misuse NAME|list\n"
     "       text_host --help\n"
     "TRACE: [--trace] [--trace-file FILE]\n"
     "\n"
     "Counts the words of every text file below each DIR, which is a project of its own.\n"
     "\n"
+    "  --inspect FORMAT\n"
+    "                 show what is alive when all files were read, in the place of the tables: as\n"
+    "                 text, json or dot (for Graphviz)\n"
     "  --plugin FILE  add the analysis of a plugin, and show what the plugin leaves behind when\n"
     "                 it is unloaded\n"
     "  --threads N    work on N projects at a time (1 to 256; default: as many as there are\n"
@@ -41,6 +44,13 @@ std::size_t parseThreads(const std::string& text) {
         throw UsageError("--threads takes a number from 1 to 256, not '" + text + "'");
     }
     return threads;
+}
+
+std::string parseFormat(const std::string& text) {
+    if (text != "text" && text != "json" && text != "dot") {
+        throw UsageError("--inspect takes text, json or dot, not '" + text + "'");
+    }
+    return text;
 }
 
 class Parser {
@@ -78,6 +88,8 @@ private:
         const std::string name = argument.substr(0, equals);
         if (name == "--threads") {
             m_options.threads = parseThreads(value(argument, equals));
+        } else if (name == "--inspect") {
+            m_options.inspect = parseFormat(value(argument, equals));
         } else if (name == "--misuse") {
             m_options.misuse = value(argument, equals);
         } else if (name == "--plugin") {
@@ -121,6 +133,12 @@ private:
         }
         if (m_options.misuse && !m_options.directories.empty()) {
             throw UsageError("--misuse takes no DIR");
+        }
+        if (m_options.misuse && m_options.inspect) {
+            throw UsageError("--misuse takes no --inspect");
+        }
+        if (m_options.inspect && m_options.plugin) {
+            throw UsageError("--inspect takes no --plugin");
         }
         if (m_options.misuse && m_options.plugin) {
             throw UsageError("--misuse takes no --plugin");

@@ -22,6 +22,7 @@ struct Options {
     std::optional<std::filesystem::path> traceFile;
     std::optional<std::size_t> threads;  ///< as asked for
     std::optional<std::string> misuse;   ///< the name, or "list"
+    std::optional<std::string> inspect;  ///< "text", "json" or "dot"
     std::optional<std::filesystem::path> plugin;
     std::vector<std::filesystem::path> directories;
 };

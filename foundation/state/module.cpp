@@ -1,7 +1,6 @@
 #include <foundation/core/diag.h>
 #include <foundation/state/detail/registry.h>
 #include <foundation/state/module.h>
-#include <foundation/state/type_id.h>
 #include <foundation/tav/detail/platform.h>
 #include <foundation/tav/inspect.h>
 #include <foundation/tav/report.h>
@@ -23,11 +22,6 @@ bool contains(const Module& module, tav::StateDeleter deleter) {
 }
 
 bool isInUse(const ContextRecord& context) { return context.activations > 0 && !context.isCurrent; }
-
-std::string nameOf(const std::type_info& scope, std::uint64_t id) {
-    const std::string name = typeName(scope, id);
-    return name.empty() ? "(id " + std::to_string(id) + ")" : name;
-}
 
 [[noreturn]] void reportInUse(const Module& module, const OwnedState& state) {
     std::ostringstream message;
@@ -52,8 +46,8 @@ std::vector<OwnedState> statesOf(const Module& module) {
     for (const ContextRecord& context : tav::management::inspectContexts())
         for (const tav::management::StateRecord& state : context.states)
             if (contains(module, state.deleter))
-                owned.push_back(
-                    {nameOf(*context.scope, state.typeID), context.scope, context.address, isInUse(context)});
+                owned.push_back({detail::Registry::instance().typeOf(*context.scope, state.typeID).name, context.scope,
+                                 context.address, isInUse(context)});
     return owned;
 }
 

@@ -92,7 +92,7 @@ std::uint64_t Registry::idOf(const std::type_info& type, const Use& use, const v
             addUse(registered, use);
             if (registered.name.empty()) registered.name = readableName(type);
             const auto known = registered.ids.find(*use.scope);
-            return known != registered.ids.end() ? known->second : registered.ids[*use.scope] = nextID(type);
+            return known != registered.ids.end() ? known->second : addID(registered, *use.scope, nextID(type));
         }
         disagreeing = *other;
     }
@@ -105,13 +105,31 @@ void Registry::removeUses(const Module& module) {
         std::erase_if(type.uses, [&module](const Use& use) { return use.module.begin == module.begin; });
 }
 
+/// An id whose second entry fails for want of memory has a name and no use.
+std::uint64_t Registry::addID(Type& type, const std::type_info& scope, std::uint64_t id) {
+    m_typesByID.emplace(std::pair(std::type_index(scope), id), &type);
+    return type.ids[scope] = id;
+}
+
+const Registry::Type* Registry::findType(const std::type_info& scope, std::uint64_t id) const {
+    const auto found = m_typesByID.find({scope, id});
+    return found == m_typesByID.end() ? nullptr : found->second;
+}
+
+KnownType Registry::typeOf(const std::type_info& scope, std::uint64_t id) const {
+    const std::lock_guard lock(m_mutex);
+    const Type* const type = findType(scope, id);
+    if (!type) return {"(id " + std::to_string(id) + ")", std::nullopt};
+    const auto isDefined = [](const Use& use) { return use.layout != Layout(); };
+    const auto defined = std::find_if(type->uses.begin(), type->uses.end(), isDefined);
+    if (defined == type->uses.end()) return {type->name, std::nullopt};
+    return {type->name, defined->layout.size};
+}
+
 std::string Registry::nameOf(const std::type_info& scope, std::uint64_t id) const {
     const std::lock_guard lock(m_mutex);
-    const auto found = std::find_if(m_types.begin(), m_types.end(), [&](const auto& entry) {
-        const auto known = entry.second.ids.find(scope);
-        return known != entry.second.ids.end() && known->second == id;
-    });
-    return found == m_types.end() ? std::string() : found->second.name;
+    const Type* const type = findType(scope, id);
+    return type ? type->name : std::string();
 }
 
 tav::StatePtr checkedState(const std::type_info& type, void* state, tav::StateDeleter deleter) {

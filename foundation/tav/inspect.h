@@ -54,8 +54,8 @@ struct ContextRecord {
 /// ## Lifetime
 /// The records are the caller's, and share nothing with the contexts.
 /// ## Re-entrancy
-/// Deleters and error handlers may call it, but for a handler of a report about the active Process context, which is
-/// locked then.
+/// Deleters, error handlers and sinks of the trace may call it, also where the report is made with the active Process
+/// context locked: the thread that holds the lock for its report doesn't take it again.
 ///
 /// Linear in the number of contexts and states.
 FOUNDATION_TAV_EXPORT std::vector<ContextRecord> inspectContexts();

@@ -275,6 +275,36 @@ bool isStrictShutdown() {
     return isStrict;
 }
 
+/// A report that this thread is making with a context locked. Its handler may look at the contexts, and must not wait
+/// for that lock then.
+struct LockedReport {
+    const void* const context;
+    const LockedReport* const outer;  // the handler of which has led to this one
+
+    explicit LockedReport(const void* locked) : context(locked), outer(std::exchange(innermost, this)) {}
+    LockedReport(const LockedReport&) = delete;
+    LockedReport& operator=(const LockedReport&) = delete;
+    ~LockedReport() { innermost = outer; }
+
+    static bool isUnderWay(const void* context) {
+        const LockedReport* report = innermost;
+        while (report && report->context != context)
+            report = report->outer;
+        return report;
+    }
+
+    FOUNDATION_TAV_INITIAL_EXEC static constinit thread_local const LockedReport* innermost;
+};
+
+constinit thread_local const LockedReport* LockedReport::innermost = nullptr;
+
+/// As `detail::reportMisuse`, for those who hold the context's lock.
+template <class Describe>
+[[noreturn, gnu::cold, gnu::noinline]] void reportLocked(const void* context, const Describe& describe) {
+    const LockedReport report(context);
+    detail::reportError(describe());
+}
+
 /// Links a context into its parent's list of children.
 struct ChildLink : boost::intrusive::list_base_hook<> {};
 
@@ -360,8 +390,8 @@ class ContextImpl<NoScope>;
 constinit std::atomic<ContextImpl<scope::Process>*> activeProcessContext = nullptr;
 
 /// The thread's current context; shared by the activator that installed it, for as long as the slot may hold it. At a
-/// fixed distance from the thread pointer, even in a shared library: two pointers fit into what the loader sets aside
-/// for libraries that are loaded late.
+/// fixed distance from the thread pointer, even in a shared library: so few pointers fit into what the loader sets
+/// aside for libraries that are loaded late.
 template <class Scope>
 FOUNDATION_TAV_INITIAL_EXEC constinit thread_local ContextImpl<Scope>* currentContext = nullptr;
 
@@ -451,12 +481,12 @@ auto ContextImpl<Scope>::createChild() -> std::shared_ptr<Child> {
     const std::lock_guard lock(m_mutex);
     constexpr std::size_t limit = ScopeTraits<Scope>::childLimit;
     if (m_state != State::running)
-        detail::reportMisuse([&] {
+        reportLocked(this, [&] {
             return ErrorInfo("Attempting to create a child of a shutdown context.", __FILE__, __LINE__,
                              memberName<"(anonymous namespace)::ContextImpl", Scope, "createChild">);
         });
     if (m_children.size() >= limit)
-        detail::reportMisuse([&] {
+        reportLocked(this, [&] {
             return ErrorInfo(
                 detail::formatted(
                     "Attempting to create more than the '%1%' child contexts allowed for %2%-type contexts.",
@@ -484,13 +514,13 @@ void ContextImpl<Scope>::removeChild(Child* child) {
 template <class Scope>
 void ContextImpl<Scope>::incRef() {
     if (m_state == State::destroyed)
-        detail::reportMisuse([&] {
+        reportLocked(this, [&] {
             return ErrorInfo("Attempting to activate a destroyed context", __FILE__, __LINE__,
                              memberName<"(anonymous namespace)::ContextImpl", Scope, "incRef">);
         });
     const std::uint64_t previous = m_activations++;
     if (!isProcess<Scope> && previous != 0)
-        detail::reportMisuse([&] {
+        reportLocked(this, [&] {
             return ErrorInfo(
                 "Non-concurrent context activated by more than one thread. Only contexts with 'Process' "
                 "scope can be activated by multiple threads.",
@@ -568,7 +598,7 @@ void ContextImpl<Scope>::releaseParentNoLock() {
     FOUNDATION_TAV_TRACE_SCOPE(" this=" << static_cast<const void*>(this));
     FOUNDATION_TAV_CHECK(m_state != State::destroyed);
     if (!m_children.empty())
-        detail::reportMisuse([&] {
+        reportLocked(this, [&] {
             return ErrorInfo(
                 detail::formatted("Cannot destroy context unless existing %1% child contexts are destroyed first.",
                                   std::to_string(m_children.size())),
@@ -641,7 +671,7 @@ StatePtr& ContextImpl<Scope>::insert(std::uint64_t typeID, const std::type_info&
     constexpr const char* function = memberName<"(anonymous namespace)::ContextImpl", Scope, "insert">;
     const std::lock_guard lock(m_mutex);
     if (m_store.find(typeID)) [[unlikely]]
-        detail::reportMisuse([&] {
+        reportLocked(this, [&] {
             return ErrorInfo(detail::formatted("State of type '%1%' already inserted. Consider using 'findOrInsert' to "
                                                "safely retrieve the existing state or insert one if absent.",
                                                getName(type)),
@@ -665,7 +695,7 @@ StatePtr& ContextImpl<Scope>::insertNoLock(std::uint64_t typeID, const std::type
                                            const char* function) {
     // Without the strict switch a context takes states even after its shutdown; hosts rely on that while they stop.
     if (m_state != State::running && isStrictShutdown())
-        detail::reportMisuse([&] {
+        reportLocked(this, [&] {
             return ErrorInfo(
                 detail::formatted("Attempting to insert state of type '%1%' after active context was shutdown.",
                                   getName(type)),
@@ -1130,7 +1160,8 @@ struct Inspection {
 
     static std::vector<ContextRecord> records(ContextImpl<scope::Process>& process) {
         std::vector<ContextRecord> records;
-        const std::lock_guard lock(process.m_mutex);
+        std::unique_lock lock(process.m_mutex, std::defer_lock);
+        if (!LockedReport::isUnderWay(&process)) lock.lock();
         forEachContext(process, [&](const auto& context) { records.push_back(recordOf(context)); });
         return records;
     }

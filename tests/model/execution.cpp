@@ -66,6 +66,9 @@ bool takeOver(const DeathCalls& more, DeathCalls& calls) {
                        [&](const auto& call) { return calls.insert(call).first->second == call.second; });
 }
 
+/// Few enough for the time that a snapshot takes, and within a program, so that one that shrinks diverges still.
+constexpr std::size_t operationsPerInspection = 16;
+
 class Execution {
 public:
     Execution(Layer layer, Coverage& coverage)
@@ -77,6 +80,8 @@ private:
     enum class Origin : std::uint8_t { program, cleanup };
 
     bool perform(const Operation& operation, Origin origin);
+    void follow(const Outcome& whole, const std::vector<Outcome>& abandoned, const World::Seen& seen);
+    void inspect();
     bool isAsExpected(const Outcome& outcome, const World::Seen& seen);
     bool isAsExpectedOfFailure(const Outcome& outcome, const World::Seen& seen);
     bool areSameButForReport(const Effect& effect, const World::Seen& seen);
@@ -134,8 +139,15 @@ bool Execution::perform(const Operation& operation, Origin origin) {
 
     const World::Seen seen = m_world.perform(*action, failingAllocation, atDeath);
     cover(*action, origin, effect, seen);
+    follow(whole, abandoned, seen);
+    if (!m_divergence && m_count % operationsPerInspection == 0) inspect();
+    return true;
+}
+
+/// Goes on with the outcome that has come about.
+void Execution::follow(const Outcome& whole, const std::vector<Outcome>& abandoned, const World::Seen& seen) {
     m_model = whole.after;
-    if (seen.hasAllocationFailed ? isAsExpectedOfFailure(whole, seen) : isAsExpected(whole, seen)) return true;
+    if (seen.hasAllocationFailed ? isAsExpectedOfFailure(whole, seen) : isAsExpected(whole, seen)) return;
     const auto outcome = std::find_if(abandoned.begin(), abandoned.end(), [&](const Outcome& other) {
         return seen.hasAllocationFailed && isAsExpectedOfFailure(other, seen);
     });
@@ -143,7 +155,15 @@ bool Execution::perform(const Operation& operation, Origin origin) {
         diverge(whole, seen);
     else
         m_model = outcome->after;
-    return true;
+}
+
+/// Compares the trees of contexts, as one thread after the other sees them.
+void Execution::inspect() {
+    const int thread = static_cast<int>(m_count / operationsPerInspection % threadCount);
+    const std::string expected = m_model.inspect(thread);
+    const std::string seen = m_world.inspect(thread);
+    if (seen != expected)
+        m_divergence = m_calls.str() + "The model has the contexts\n" + expected + "The library has\n" + seen;
 }
 
 bool Execution::isAsExpected(const Outcome& outcome, const World::Seen& seen) {

@@ -954,6 +954,21 @@ std::string Model::observe() const {
     return seen;
 }
 
+std::string Model::inspect(int thread) const { return m_active == 0 ? std::string() : inspect(m_active, thread, 0); }
+
+std::string Model::inspect(int context, int thread, std::size_t depth) const {
+    constexpr std::array states = {"running", "shutdown", "destroyed"};
+    const Context& seen = m_contexts.at(context);
+    std::string lines =
+        contextLine(depth, std::string(nameOf(seen.scope)), states[static_cast<std::size_t>(seen.state)],
+                    seen.activations, currentOn(thread, seen.scope) == context);
+    for (auto stored = seen.stored.rbegin(); stored != seen.stored.rend(); ++stored)
+        lines += storedLine(depth + 1, stored->typeID, stored->state);
+    for (const int child : seen.children)
+        lines += inspect(child, thread, depth + 1);
+    return lines;
+}
+
 int Model::currentOn(int thread, Scope scope) const {
     return scope == Scope::process ? m_active : m_threads[static_cast<std::size_t>(thread)].current[indexOf(scope)];
 }
@@ -989,6 +1004,16 @@ std::string Model::comparisons(const std::vector<Set>& sets) {
 std::string handleLine(Scope scope, int index, bool isActive, bool isShutdown) {
     return std::string(nameOf(scope)) + " handle " + std::to_string(index) + (isActive ? ": active" : ": not active") +
            (isShutdown ? ", shut down\n" : ", running\n");
+}
+
+std::string contextLine(std::size_t depth, const std::string& scope, const std::string& state,
+                        std::uint64_t activations, bool isCurrent) {
+    return std::string(depth, '>') + scope + " context: " + state + ", activated " + std::to_string(activations) +
+           (isCurrent ? ", current\n" : ", not current\n");
+}
+
+std::string storedLine(std::size_t depth, std::uint64_t typeID, int state) {
+    return std::string(depth, '>') + "id " + std::to_string(typeID) + ": state " + std::to_string(state) + '\n';
 }
 
 std::string activatorLine(int index, bool isActivated) {

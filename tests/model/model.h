@@ -83,6 +83,10 @@ public:
     /// Every observable that there is between calls.
     std::string observe() const;
 
+    /// The contexts below the active Process context, as the thread sees them: each before its children, its states
+    /// newest first. Empty without one.
+    std::string inspect(int thread) const;
+
     /// Which states can be looked up without enlarging a context's table.
     LookupCounts lookups() const;
 
@@ -217,6 +221,7 @@ private:
     Contexts contextsOf(const Activator& activator, Verb verb);
 
     static std::string comparisons(const std::vector<Set>& sets);
+    std::string inspect(int context, int thread, std::size_t depth) const;
 
     // what can be seen
     void note(Event::Kind kind, std::string text);
@@ -259,6 +264,9 @@ std::string handleLine(Scope scope, int index, bool isActive, bool isShutdown);
 std::string activatorLine(int index, bool isActivated);
 std::string setLine(int index, bool isTrue, bool isEmpty);
 std::string threadLine(int thread, Scope scope, bool isActive, const std::array<int, storableIDs>& states);
+std::string contextLine(std::size_t depth, const std::string& scope, const std::string& state,
+                        std::uint64_t activations, bool isCurrent);
+std::string storedLine(std::size_t depth, std::uint64_t typeID, int state);
 std::string comparisonLine(const std::string& comparisons);
 char comparison(bool isEqual, bool isUnequal);
 std::string countLine(std::size_t living);

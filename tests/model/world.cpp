@@ -2,8 +2,10 @@
 
 #include "../support/failing_allocation.h"
 #include "host_diag.h"
+#include "inspection.h"
 
 #include <foundation/log/diagnostic_logger.h>
+#include <foundation/state/inspect.h>
 #include <foundation/state/state.h>
 #include <foundation/state/type_id.h>
 #include <foundation/tav/detail.h>
@@ -600,6 +602,25 @@ std::string World::observe(const LookupCounts& lookups) {
         });
     }
     return seen;
+}
+
+int World::numberOf(const std::string& address) const {
+    const auto living = m_living.find(reinterpret_cast<const void*>(std::stoull(address, nullptr, 0)));
+    return living == m_living.end() ? -1 : living->second;
+}
+
+std::string World::inspect(int thread) {
+    std::ostringstream text;
+    std::ostringstream json;
+    m_workers[static_cast<std::size_t>(thread)].run([&] {
+        const state::Snapshot snapshot = state::inspect();
+        state::writeText(text, snapshot);
+        state::writeJson(json, snapshot);
+    });
+    const auto numbers = [this](const std::string& address) { return numberOf(address); };
+    const std::string fromText = readText(text.str(), numbers);
+    const std::string fromJson = readJson(json.str(), numbers);
+    return fromText == fromJson ? fromText : "The text says:\n" + fromText + "JSON says:\n" + fromJson;
 }
 
 }  // namespace foundation::tests::model

@@ -72,6 +72,9 @@ public:
     /// Every observable that there is between calls, worded as the model words it.
     std::string observe(const LookupCounts& lookups);
 
+    /// What a snapshot taken on the thread shows, worded likewise.
+    std::string inspect(int thread);
+
 private:
     template <class Scope>
     using Handles = std::vector<tav::management::Context<Scope>*>;
@@ -146,6 +149,7 @@ private:
     template <class Scope>
     void observeHandles(std::string& seen, const Handles<Scope>& handles) const;
     std::string observeSets() const;
+    int numberOf(const std::string& address) const;
     template <class Scope>
     void observeThread(std::string& seen, int thread, std::size_t idCount);
     template <class Object>

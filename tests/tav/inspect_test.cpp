@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "contexts.h"
@@ -137,6 +138,44 @@ TEST_F(InspectTest, DeletersMayLook) {
     act = [&seen] { seen = inspectContexts()[0].states.size(); };
     Detail<Process>::erase(1, typeid(Widget));
     EXPECT_EQ(seen, 1);
+}
+
+// The handler of a report that is made with the Process context locked may look, on whatever depth of reports.
+TEST_F(InspectTest, HandlersMayLook) {
+    const Watchdog watchdog("looking from an error handler");
+    static std::vector<std::size_t> seen;
+    static std::function<void()> again;
+    seen.clear();
+    const ScopedErrorHandler looking(+[](const tav::ErrorInfo& info) {
+        seen.push_back(inspectContexts().size());
+        if (const std::function<void()> next = std::exchange(again, nullptr)) next();
+        throw Reported(info);
+    });
+    put<Process>(0, "state");
+    reportOf([] { put<Process>(0, "inserted already"); });
+    reportOf([this] { process.destroy(); });  // it has children
+    reportOf([] { Detail<Process>::findOrFail(1, typeid(Widget)); });
+    again = [] {
+        Context<Process> other(false);
+        other.shutdown();
+        reportOf([&other] { const Context<Zarn> refused(other); });  // locks another Process context as well
+        seen.push_back(inspectContexts().size());
+    };
+    reportOf([] { put<Process>(0, "inserted already"); });
+    reportOf([this] {
+        process.shutdown();
+        const Context<Zarn> refused(process);
+    });
+    EXPECT_THAT(seen, ElementsAre(3, 3, 3, 3, 3, 3, 3));
+}
+
+// A report that is over has left the lock to others: the next look takes it.
+TEST_F(InspectTest, LooksAfterReports) {
+    const Watchdog watchdog("looking after a report");
+    put<Process>(0, "state");
+    reportOf([] { put<Process>(0, "inserted already"); });
+    EXPECT_EQ(inspectContexts().size(), 3);
+    onOtherThread([] { EXPECT_EQ(inspectContexts().size(), 3); });
 }
 
 // States go by their deleter: children before parents, the newest sibling first, newest first within a context. Others

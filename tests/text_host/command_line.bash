@@ -5,13 +5,16 @@ source "$(dirname "${BASH_SOURCE[0]}")/support.bash"
 
 usage() {
     cat <<'END'
-usage: text_host [--plugin FILE] [--threads N] [--teardown] [TRACE] DIR...
+usage: text_host [--inspect FORMAT] [--plugin FILE] [--threads N] [--teardown] [TRACE] DIR...
        text_host [TRACE] --misuse NAME|list
        text_host --help
 TRACE: [--trace] [--trace-file FILE]
 
 Counts the words of every text file below each DIR, which is a project of its own.
 
+  --inspect FORMAT
+                 show what is alive when all files were read, in the place of the tables: as
+                 text, json or dot (for Graphviz)
   --plugin FILE  add the analysis of a plugin, and show what the plugin leaves behind when
                  it is unloaded
   --threads N    work on N projects at a time (1 to 256; default: as many as there are

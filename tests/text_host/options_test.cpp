@@ -31,6 +31,7 @@ TEST(Options, HoldTheDirectories) {
     EXPECT_EQ(options.traceFile, std::nullopt);
     EXPECT_EQ(options.threads, std::nullopt);
     EXPECT_EQ(options.misuse, std::nullopt);
+    EXPECT_EQ(options.inspect, std::nullopt);
     EXPECT_EQ(options.plugin, std::nullopt);
 }
 
@@ -49,6 +50,8 @@ TEST(Options, TakeValuesInTwoSpellings) {
     EXPECT_EQ(parseOptions({"--threads=3", "a"}).threads, 3U);
     EXPECT_EQ(parseOptions({"--misuse", "list"}).misuse, "list");
     EXPECT_EQ(parseOptions({"--misuse=a=b"}).misuse, "a=b");
+    EXPECT_EQ(parseOptions({"--inspect", "json", "a"}).inspect, "json");
+    EXPECT_EQ(parseOptions({"--inspect=dot", "a"}).inspect, "dot");
     EXPECT_EQ(parseOptions({"--plugin", "p.so", "a"}).plugin, "p.so");
     EXPECT_EQ(parseOptions({"--plugin=p.so", "a"}).plugin, "p.so");
     EXPECT_EQ(parseOptions({"--trace-file", "t", "a"}).traceFile, "t");
@@ -88,6 +91,10 @@ TEST(Options, RefuseWhatMakesNoSense) {
     EXPECT_EQ(complaintAbout({"--misuse", "list", "a"}), "--misuse takes no DIR");
     EXPECT_EQ(complaintAbout({"--misuse", "list", "--plugin", "p.so"}), "--misuse takes no --plugin");
     EXPECT_EQ(complaintAbout({"a", "--plugin"}), "--plugin takes a value");
+    EXPECT_EQ(complaintAbout({"a", "--inspect"}), "--inspect takes a value");
+    EXPECT_EQ(complaintAbout({"a", "--inspect", "xml"}), "--inspect takes text, json or dot, not 'xml'");
+    EXPECT_EQ(complaintAbout({"a", "--inspect", "dot", "--plugin", "p.so"}), "--inspect takes no --plugin");
+    EXPECT_EQ(complaintAbout({"--misuse", "list", "--inspect", "dot"}), "--misuse takes no --inspect");
 }
 
 }  // namespace

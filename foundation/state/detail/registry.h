@@ -5,12 +5,15 @@
 
 #include <foundation/state/module.h>
 #include <foundation/state/type_id.h>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <typeindex>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 namespace foundation::state::detail {
@@ -20,6 +23,12 @@ struct Use {
     Module module;
     const std::type_info* scope;
     Layout layout;
+};
+
+/// What is known of the type that has an id in a scope.
+struct KnownType {
+    std::string name;                 ///< "(id 7)" if the id was not handed out here
+    std::optional<std::size_t> size;  ///< in bytes, where a module in memory has told it
 };
 
 /// Ids by type and scope, for good; and who uses a type at present. Owns all text, since that of a module goes with it.
@@ -37,6 +46,9 @@ public:
     /// Forgets what a module has said.
     void removeUses(const Module& module);
 
+    KnownType typeOf(const std::type_info& scope, std::uint64_t id) const;
+
+    /// Empty if the id was not handed out here.
     std::string nameOf(const std::type_info& scope, std::uint64_t id) const;
 
 private:
@@ -49,9 +61,12 @@ private:
     static std::string keyOf(const std::type_info& type, const Module& module, const void* anchor);
     static const Use* findDisagreeing(const Type& type, const Use& use);
     static void addUse(Type& type, const Use& use);
+    std::uint64_t addID(Type& type, const std::type_info& scope, std::uint64_t id);
+    const Type* findType(const std::type_info& scope, std::uint64_t id) const;  // null if there is none
 
     mutable std::mutex m_mutex;
     std::map<std::string, Type> m_types;
+    std::map<std::pair<std::type_index, std::uint64_t>, const Type*> m_typesByID;
 };
 
 }  // namespace foundation::state::detail
