@@ -18,6 +18,8 @@ PLACEHOLDER = re.compile(r"%\d%|%s")
 QUALIFIED_NAME = re.compile(r"(struct )?\S*::\S*")
 WORD = re.compile(r"\b[A-Za-z]{2,}\b")
 FEWEST_WORDS = 4
+# What snapshots read like, and what the compiler says on a platform that nobody has ported this to.
+NO_MESSAGES = ("foundation/state/inspect.cpp", "foundation/tav/detail/platform.h")
 
 
 def is_message(text):
@@ -52,7 +54,8 @@ def main():
     table = (repository / "docs/messages.md").read_text()
     faults = [f"docs/messages.md: no link to {path.name}" for path in pages if f"(messages/{path.name})" not in table]
     sources = sorted(path for suffix in ("h", "cpp") for path in (repository / "foundation").rglob(f"*.{suffix}"))
-    found = [(path, line, text) for path in sources for line, text in messages(path)]
+    failing = [path for path in sources if str(path.relative_to(repository)) not in NO_MESSAGES]
+    found = [(path, line, text) for path in failing for line, text in messages(path)]
     faults += [
         f"{path.relative_to(repository)}:{line}: no page for '{text}'"
         for path, line, text in found

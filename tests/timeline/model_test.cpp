@@ -12,7 +12,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 
 // Keeps what is told, a line each, with times in microseconds from the first record on.
 class Log : public Observer {
