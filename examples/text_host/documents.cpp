@@ -105,7 +105,7 @@ std::string readDocument(const fs::path& file) {
             throw UnreadableDocument("binary file (it holds a NUL byte)");
         }
     }
-    if (std::ferror(stream.get())) {
+    if (std::ferror(stream.get()) != 0) {
         throw UnreadableDocument(lastSystemError());
     }
     return text;

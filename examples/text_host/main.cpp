@@ -61,7 +61,7 @@ void setUpTrace(const Options& options) {
 
 std::size_t threadsFor(const Options& options) {
     constexpr unsigned most = 4;
-    return options.threads.value_or(std::clamp(std::thread::hardware_concurrency(), 1U, most));
+    return options.threads.value_or(std::clamp(std::thread::hardware_concurrency(), 1u, most));
 }
 
 // The oldest states die last: the teardown log has to see all the others go.

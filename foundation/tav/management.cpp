@@ -45,6 +45,7 @@
 #include <atomic>
 #include <boost/format.hpp>
 #include <boost/intrusive/list.hpp>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
@@ -380,8 +381,8 @@ private:
 };
 
 /// Parent of the Process contexts and child of the Workspace contexts: pointers to it are always null.
-template <>  // IWYU pragma: keep
-class ContextImpl<NoScope>;
+template <>
+class ContextImpl<NoScope> {};
 
 // ---------------------------------------------------------------------------------------------------------------------
 // The process's slot and the thread's

@@ -48,7 +48,7 @@ constexpr std::string_view widgetName = "foundation::tests::(anonymous namespace
 constexpr std::string_view quotedWidgetName = "'foundation::tests::(anonymous namespace)::Widget'";
 
 StatePtr makeState() {
-    return StatePtr(new Widget, [](void* state) { delete static_cast<Widget*>(state); });
+    return {new Widget, [](void* state) { delete static_cast<Widget*>(state); }};
 }
 
 // What the handler throws: the beginning of the message, without memory of its own.

@@ -113,7 +113,7 @@ TYPED_TEST(CatchList, CatchesTheObject) {
     try {
         const Thrown error{PageError(text, 7)};
         try {
-            throw error;
+            throw error;  // NOLINT(misc-throw-by-value-catch-by-reference): by value, of a copy
         } catch (const TypeParam& base) {
             caught = dynamic_cast<const void*>(&base);
             throw;

@@ -160,7 +160,7 @@ const std::string smallDisputed = std::string(DSO_SMALL) +
 class DisputedTest : public DsoTest {
 protected:
     /// Loads a second definition beside the first, and sees what it does.
-    void expectRefused(const std::string& file, const std::string& description) {
+    static void expectRefused(const std::string& file, const std::string& description) {
         const Library small(DSO_SMALL);
         const Library other(file);
         small.symbol<Operation>("create")();

@@ -26,7 +26,7 @@ struct Own {
     Own& operator=(const Own&) = delete;
     ~Own() {
         // The one that is older is still there, as in a context's own destruction.
-        const bool seesOlder = number == 0 || state::find<Own<Process, 0>>();
+        const bool seesOlder = number == 0 || state::find<Own<Process, 0>>() != nullptr;
         deaths->push_back(seesOlder ? name : name + " without its elders");
     }
 

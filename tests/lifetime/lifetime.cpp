@@ -43,7 +43,7 @@ struct Counter {
 constinit thread_local int Counter::alive = 0;
 
 tav::StatePtr counted() {
-    return tav::StatePtr(new Counter, [](void* state) { delete static_cast<Counter*>(state); });
+    return {new Counter, [](void* state) { delete static_cast<Counter*>(state); }};
 }
 
 template <class Operation>
@@ -106,7 +106,7 @@ void say(const char* who, const char* what) {
 
 tav::StatePtr mortal(const char* name) {
     // Deleters get no constant objects; this one changes nothing.
-    return tav::StatePtr(const_cast<char*>(name), [](void* state) { say(static_cast<const char*>(state), "dies"); });
+    return {const_cast<char*>(name), [](void* state) { say(static_cast<const char*>(state), "dies"); }};
 }
 
 void useEverything(const char* who) {

@@ -74,6 +74,7 @@ bool isUsable(const Model::Set& set) { return set.isThere && !set.isBusy; }
 class Model::Share {
 public:
     Share(Model& model, int context) : m_model(model), m_context(context) {}
+    // NOLINTNEXTLINE(bugprone-exception-escape): what fails here may end the test
     ~Share() { m_model.release(m_context); }
     Share(const Share&) = delete;
     Share& operator=(const Share&) = delete;
@@ -139,8 +140,8 @@ void Model::trace(unsigned severity, const std::string& text) {
 
 void Model::write(unsigned severity, const std::string& text) {
     if (!m_isCoreEnabled) return;
-    note(Event::Kind::record,
-         "[foundation::tav] " + std::to_string(severity) + " " + std::string(2 * here().indentation, ' ') + text);
+    note(Event::Kind::record, "[foundation::tav] " + std::to_string(severity) + " " +
+                                  std::string(std::size_t{2} * here().indentation, ' ') + text);
 }
 
 void Model::report(const std::string& function, const std::string& message, const std::string& file) {

@@ -100,7 +100,7 @@ private:
     static void giveIDs(std::integer_sequence<int, types...>);
     static bool giveIDs();
 
-    static void die(void* payload);
+    static void die(void* address);
     template <int handler>
     static void handle(const tav::ErrorInfo& info);
     static void noteAssertion(const char* expression);
@@ -131,7 +131,7 @@ private:
     std::string typedInsert(Pointer offered);
     std::string setOperation(const Action& action);
     std::string activatorOperation(const Action& action);
-    std::string hostOperation(const Action& action);
+    static std::string hostOperation(const Action& action);
 
     template <class Call>
     std::string attempt(const Call& call);

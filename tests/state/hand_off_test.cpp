@@ -192,7 +192,6 @@ TEST_F(HandOffTest, RunsOnce) {
 TEST_F(HandOffTest, IsMoved) {
     auto task = bind(handedOff(a.zarn), &HandOffTest::current);
     auto moved = std::move(task);
-    // NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move): misused on purpose
     EXPECT_THAT(reportOf([&task] { task(); }), isStateReport("hand_off.cpp", ranBefore, "Task::operator()"));
     EXPECT_EQ(moved(), "a-");
     moved = bind(handedOff(b.zarn), &HandOffTest::current);

@@ -16,7 +16,7 @@ tav::StatePtr LifetimeLog::state(std::string name, std::function<void()> atDeath
     const std::lock_guard lock(m_mutex);
     // Deaths need no memory then: they happen also where tests make allocations fail.
     if (++m_births > m_deaths.capacity()) m_deaths.reserve(2 * m_births);
-    return tav::StatePtr(entry.release(), &die);
+    return {entry.release(), &die};
 }
 
 void LifetimeLog::die(void* state) {

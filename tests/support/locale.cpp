@@ -1,4 +1,4 @@
-#include "locale.h"
+#include "locale.h"  // NOLINT(modernize-deprecated-headers): the one beside this file
 
 #include <string>
 

@@ -27,8 +27,8 @@ boost::shared_ptr<boost::log::sinks::sink> notOwning(boost::log::sinks::sink& si
 }  // namespace
 
 std::ostream& operator<<(std::ostream& stream, const Record& record) {
-    return stream << '[' << record.channel << "] " << record.severity << ' ' << std::string(2 * record.indentation, ' ')
-                  << record.message;
+    return stream << '[' << record.channel << "] " << record.severity << ' '
+                  << std::string(std::size_t{2} * record.indentation, ' ') << record.message;
 }
 
 class RecordingSink::Sink : public boost::log::sinks::sink {

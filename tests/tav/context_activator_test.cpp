@@ -11,7 +11,6 @@
 namespace foundation::tests {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 static_assert(std::is_empty_v<NullContext<Zarn>> && std::is_empty_v<NullContext<Workspace>>);

@@ -44,10 +44,11 @@ private:
 }  // namespace foundation::tav::detail
 
 /// Traces the enclosing operation to its end; a macro for the operation's full signature. `details` is a chain of
-/// insertions, which parentheses would break: NOLINTNEXTLINE(bugprone-macro-parentheses)
+/// insertions, which parentheses would break. NOLINTBEGIN(bugprone-macro-parentheses)
 #define FOUNDATION_TAV_TRACE_SCOPE(details)                                                                   \
     ::foundation::tav::detail::ScopeTrace scopeTrace;                                                         \
     if (::foundation::tav::detail::isEnabled(                                                                 \
             ::foundation::tav::detail::libraryLogger,                                                         \
             ::foundation::tav::detail::entrySeverity | ::foundation::tav::detail::exitSeverity)) [[unlikely]] \
     scopeTrace.enter(FOUNDATION_TAV_SIGNATURE, [&](auto& stream) { stream << details; })
+// NOLINTEND(bugprone-macro-parentheses)
