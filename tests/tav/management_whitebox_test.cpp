@@ -6,6 +6,7 @@
 // the compiler can't know that nobody else includes it here either.
 #pragma GCC diagnostic ignored "-Wsubobject-linkage"
 #endif
+// NOLINTNEXTLINE(bugprone-suspicious-include): what is tested has no header
 #include <foundation/tav/management.cpp>
 
 #include <array>
@@ -540,6 +541,29 @@ TEST_F(ContextImplTest, DyingContextIsDestroyed) {
     }
     EXPECT_THAT(entries, ElementsAre(HasSubstr("~ContextImpl"), HasSubstr("::releaseParentNoLock"),
                                      HasSubstr("InstanceManager::erase")));
+}
+
+// Neither does what dies without having been destroyed; the parent outlives the deaths, and may end with them.
+TEST_F(ContextImplTest, DyingContextHasLeftItsParent) {
+    using testing::HasSubstr;
+    auto parent = std::make_shared<ContextImpl<Process>>();
+    auto dying = std::make_shared<ContextImpl<Zarn>>(std::exchange(parent, nullptr));
+    Impl<Process> found = process;
+    put(dying, 0, "state", [&found, context = dying.get()] { found = context->parent(); });
+    std::vector<std::string> records;
+    {
+        const foundation::tests::ScopedMask mask(32);
+        foundation::tests::RecordingSink sink;
+        dying.reset();
+        for (const auto& record : sink.take())
+            records.push_back(std::to_string(record.indentation) + record.message);
+    }
+    EXPECT_EQ(found, nullptr);
+    ASSERT_THAT(records, testing::SizeIs(10));
+    EXPECT_THAT(records.front(), testing::ContainsRegex("^0.*~ContextImpl\\(\\).*Zarn"));
+    EXPECT_THAT(records[5], testing::ContainsRegex("^1.*~ContextImpl\\(\\).*Process"));
+    EXPECT_THAT(records[8], testing::ContainsRegex("^1.*~ContextImpl\\(\\).*Process"));
+    EXPECT_EQ(records.back(), records.front());
 }
 
 // Destroying the child breaks the circle of parent and child.

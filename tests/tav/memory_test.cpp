@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <new>
+#include <stdexcept>
 #include <string>
 
 #include "../support/failing_allocation.h"
@@ -115,6 +116,14 @@ TYPED_TEST(MemoryTest, IdsBeyondMemoryAreRefused) {
     EXPECT_THROW(StateOperations::erase(id, typeid(Widget)), std::bad_alloc);
     EXPECT_THROW(StateOperations::eraseAll(id, typeid(Widget)), std::bad_alloc);
     this->expectUnchanged(1, offered);
+}
+
+// The last id whose table a machine could have is refused by the memory; those beyond it are no ids.
+TYPED_TEST(MemoryTest, IdsEndWhereTablesDo) {
+    constexpr std::uint64_t slots = PTRDIFF_MAX / sizeof(StatePtr*);
+    constexpr std::uint64_t step = 1024;
+    EXPECT_THROW(Detail<TypeParam>::find(slots - step, typeid(Widget)), std::bad_alloc);
+    EXPECT_THROW(Detail<TypeParam>::find(slots - step + 1, typeid(Widget)), std::length_error);
 }
 
 // Erasing needs no memory but for the table of an id never seen.

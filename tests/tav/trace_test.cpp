@@ -253,6 +253,32 @@ TEST_F(TavTest, TraceOfContexts) {
     EXPECT_THAT(records, ElementsAreArray(expected));
 }
 
+// A context that goes with its last child is destroyed when its handle is freed, in vain, and when that child is gone:
+// not each time that some child is.
+TEST_F(TavTest, TraceOfAParentThatAwaitsItsChildren) {
+    std::optional<Context<Process>> process(std::in_place);
+    std::optional<Context<Zarn>> first(std::in_place, *process);
+    std::optional<Context<Zarn>> second(std::in_place, *process);
+    {
+        const ContextActivator activator(*first);
+        put<Zarn>(0, "first", [&second] { second.reset(); });
+    }
+    {
+        const ContextActivator activator(*second);
+        put<Zarn>(0, "second", [&process] { process.reset(); });
+    }
+    const ScopedMask mask(entries);
+    RecordingSink sink;
+    first.reset();
+    std::size_t destructions = 0;
+    for (const Record& record : sink.take())
+        if (record.severity == entries && normalised(record.message) == contextFunction<Process>("destroy"))
+            ++destructions;
+    EXPECT_EQ(destructions, 2u);
+    EXPECT_THAT(log.deaths(), ElementsAre("first", "second"));
+    EXPECT_THAT(handler.reports(), IsEmpty());
+}
+
 // A refused child is constructed and released again. Its destructor runs while the handler's exception is in flight and
 // is not left by one of its own, so its exit is none by throwing.
 TEST_F(TraceTest, RefusedChild) {

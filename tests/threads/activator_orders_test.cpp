@@ -97,7 +97,7 @@ private:
     static constexpr std::uint64_t nameID = 0;
 
     static StatePtr name(std::size_t index) {
-        return StatePtr(new std::size_t(index), [](void* state) { delete static_cast<std::size_t*>(state); });
+        return {new std::size_t(index), [](void* state) { delete static_cast<std::size_t*>(state); }};
     }
 
     template <class Scope>

@@ -43,7 +43,7 @@ private:
 unsigned& visits(StatePtr& state) { return *static_cast<unsigned*>(state.get()); }
 
 StatePtr noVisits() {
-    return StatePtr(new unsigned(0), [](void* state) { delete static_cast<unsigned*>(state); });
+    return {new unsigned(0), [](void* state) { delete static_cast<unsigned*>(state); }};
 }
 
 class RingOfThreads : public ThreadsTest {};

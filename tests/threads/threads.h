@@ -46,7 +46,7 @@ public:
     static int alive() { return s_alive; }
 
     static StatePtr make(unsigned owner) {
-        return StatePtr(new Counted(owner), [](void* state) { delete static_cast<Counted*>(state); });
+        return {new Counted(owner), [](void* state) { delete static_cast<Counted*>(state); }};
     }
 
 private:
