@@ -1,13 +1,16 @@
 #include <foundation/state/detail/registry.h>
 #include <foundation/state/inspect.h>
 #include <foundation/state/module.h>
+#include <foundation/tav/inspect.h>
 #include <foundation/tav/scope.h>
 #include <charconv>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <string_view>
 #include <typeinfo>
 #include <utility>
+// IWYU pragma: no_include <memory>
 
 namespace foundation::state {
 namespace {
@@ -73,7 +76,7 @@ std::string counted(std::uint64_t number, std::string_view unit) {
 }
 
 std::string activationOf(const ContextInfo& context) {
-    const std::string times = "activated " + counted(context.activations, "time");
+    std::string times = "activated " + counted(context.activations, "time");
     if (!context.parent) return times;
     if (context.activations == 0) return "not current";
     const std::string place = context.isCurrent ? "current on this thread" : "current on another thread";

@@ -545,7 +545,6 @@ TEST_F(ContextImplTest, DyingContextIsDestroyed) {
 
 // Neither does what dies without having been destroyed; the parent outlives the deaths, and may end with them.
 TEST_F(ContextImplTest, DyingContextHasLeftItsParent) {
-    using testing::HasSubstr;
     auto parent = std::make_shared<ContextImpl<Process>>();
     auto dying = std::make_shared<ContextImpl<Zarn>>(std::exchange(parent, nullptr));
     Impl<Process> found = process;
