@@ -41,7 +41,7 @@ struct ContextInfo {
     std::string scope;              ///< "Process", "Zarn" or "Workspace".
     const void* address = nullptr;  ///< The context's identity.
     const void* parent = nullptr;   ///< The parent's; null for Process.
-    tav::management::ContextState state = tav::management::ContextState::running;
+    tav::management::ContextState state = tav::management::ContextState::running;  ///< How far its life has come.
     std::uint64_t activations = 0;      ///< Zarn, Workspace: 0 or 1, and more only after refused activations.
     bool isCurrent = false;             ///< For the calling thread; for Process, in the whole process.
     std::vector<StateInfo> states;      ///< Newest first.
@@ -50,7 +50,7 @@ struct ContextInfo {
 
 /// The active Process context, if there is one, and what is below it.
 struct Snapshot {
-    std::optional<ContextInfo> process;
+    std::optional<ContextInfo> process;  ///< With its children in it.
 };
 
 /// What there is: a context that has left its parent, which is the first step of its destruction, belongs no more.
