@@ -118,13 +118,19 @@ class Site:
         if path in self.pages:
             return f"{self.pages[path]}.html" + (f"#{self.pages[path]}_{anchor}" if anchor else "")
         if path in self.headers:
-            return path.name.replace("_", "__").replace(".", "_8") + ".html"
+            return self._header_url(path)
         if path.is_dir():
             return self._namespace_url(path)
         if not path.exists():
             sys.exit(f"A page links to '{path}', which is not there.")
         self.sources[path] = "source_" + re.sub(r"\W", "_", str(path.relative_to(self.repository)))
         return self.sources[path] + ".html"
+
+    def _header_url(self, path):
+        """As Doxygen names it: with its folder where another header has the same name."""
+        is_alone = sum(header.name == path.name for header in self.headers) == 1
+        name = path.name if is_alone else f"{path.parent.name}/{path.name}"
+        return name.replace("_", "__").replace("/", "_2").replace(".", "_8") + ".html"
 
     def _namespace_url(self, folder):
         """The folder of a library is its namespace; the other folders are not on the site."""
