@@ -34,6 +34,8 @@ def photograph(page, picture, width, scheme):
 def main():
     html, folder = (Path(argument).resolve() for argument in sys.argv[1:3])
     for page in [html / f"{name}.html" for name in sys.argv[3:]] or sorted(html.glob("*.html")):
+        if not page.exists():
+            sys.exit(f"There is no page {page.name}; name pages as in the address, without .html.")
         for device, width in WIDTHS.items():
             for name, scheme in SCHEMES.items():
                 picture = folder / f"{page.stem}-{device}-{name}.png"
