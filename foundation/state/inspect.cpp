@@ -10,6 +10,8 @@
 #include <string_view>
 #include <typeinfo>
 #include <utility>
+// What nlohmann's templates use:
+// IWYU pragma: no_include <algorithm>
 // IWYU pragma: no_include <memory>
 
 namespace foundation::state {
