@@ -29,7 +29,6 @@ using state::ContextInfo;
 using state::Snapshot;
 using state::StateInfo;
 using tav::management::ContextState;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
