@@ -97,7 +97,7 @@ TEST_P(StateOfManyThreads, EraseAllRunsBesideLookups) {
                 erased += Detail<Process>::eraseAll(id, typeid(Counted));
             } else {
                 Detail<Process>::find(id, typeid(Counted));
-                Detail<Process>::find(id + step * 20, typeid(Counted));  // the table grows meanwhile
+                Detail<Process>::find(id + std::uint64_t{20} * step, typeid(Counted));  // the table grows meanwhile
             }
         }
     });
