@@ -1,11 +1,9 @@
+#include <foundation/state/detail/json.h>
 #include <foundation/state/detail/registry.h>
+#include <foundation/state/detail/text.h>
 #include <foundation/state/inspect.h>
 #include <foundation/state/module.h>
 #include <foundation/tav/inspect.h>
-#include <foundation/tav/scope.h>
-#include <charconv>
-#include <iterator>
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string_view>
 #include <typeinfo>
@@ -17,14 +15,15 @@
 namespace foundation::state {
 namespace {
 
+using detail::addressJson;
+using detail::addressText;
+using detail::counted;
+using detail::deleterText;
+using detail::Json;
+using detail::scopeName;
 using tav::management::ContextRecord;
 using tav::management::ContextState;
 using tav::management::StateRecord;
-
-const char* nameOf(const std::type_info& scope) {
-    if (scope == typeid(tav::scope::Process)) return "Process";
-    return scope == typeid(tav::scope::Zarn) ? "Zarn" : "Workspace";
-}
 
 const char* nameOf(ContextState state) {
     switch (state) {
@@ -45,7 +44,7 @@ StateInfo infoOf(const StateRecord& record, const std::type_info& scope) {
 }
 
 ContextInfo infoOf(const ContextRecord& record) {
-    ContextInfo info{nameOf(*record.scope),
+    ContextInfo info{scopeName(*record.scope),
                      record.address,
                      record.parent,
                      record.state,
@@ -66,17 +65,6 @@ ContextInfo takeTree(const std::vector<ContextRecord>& records, std::size_t& nex
     return info;
 }
 
-/// "0x" and hexadecimal digits, whatever the locale.
-std::string textOf(const void* address) {
-    char digits[2 * sizeof(std::uintptr_t)];
-    const auto end = std::to_chars(std::begin(digits), std::end(digits), reinterpret_cast<std::uintptr_t>(address), 16);
-    return "0x" + std::string(std::begin(digits), end.ptr);
-}
-
-std::string counted(std::uint64_t number, std::string_view unit) {
-    return std::to_string(number) + " " + std::string(unit) + (number == 1 ? "" : "s");
-}
-
 std::string activationOf(const ContextInfo& context) {
     std::string times = "activated " + counted(context.activations, "time");
     if (!context.parent) return times;
@@ -86,14 +74,15 @@ std::string activationOf(const ContextInfo& context) {
 }
 
 std::string headingOf(const ContextInfo& context) {
-    return context.scope + " " + textOf(context.address) + ", " + nameOf(context.state) + ", " + activationOf(context);
+    return context.scope + " " + addressText(context.address) + ", " + nameOf(context.state) + ", " +
+           activationOf(context);
 }
 
 std::string sizeOf(const StateInfo& state) { return state.size ? counted(*state.size, "byte") : "unknown size"; }
 
 std::string lineOf(const StateInfo& state) {
-    return state.type + ", id " + std::to_string(state.id) + ", " + sizeOf(state) + " at " + textOf(state.address) +
-           ", deleter in " + (state.module.empty() ? "no module" : state.module);
+    return state.type + ", id " + std::to_string(state.id) + ", " + sizeOf(state) + " at " +
+           addressText(state.address) + ", " + deleterText(state.module);
 }
 
 void writeText(std::ostream& out, const ContextInfo& context, const std::string& indentation) {
@@ -105,24 +94,24 @@ void writeText(std::ostream& out, const ContextInfo& context, const std::string&
         writeText(out, child, inner);
 }
 
-nlohmann::ordered_json jsonOf(const StateInfo& state) {
+Json jsonOf(const StateInfo& state) {
     return {{"type", state.type},
             {"id", state.id},
-            {"size", state.size ? nlohmann::ordered_json(*state.size) : nullptr},
-            {"address", textOf(state.address)},
+            {"size", state.size ? Json(*state.size) : nullptr},
+            {"address", addressText(state.address)},
             {"module", state.module}};
 }
 
-nlohmann::ordered_json jsonOf(const ContextInfo& context) {
-    nlohmann::ordered_json states = nlohmann::ordered_json::array();
+Json jsonOf(const ContextInfo& context) {
+    Json states = Json::array();
     for (const StateInfo& state : context.states)
         states.push_back(jsonOf(state));
-    nlohmann::ordered_json children = nlohmann::ordered_json::array();
+    Json children = Json::array();
     for (const ContextInfo& child : context.children)
         children.push_back(jsonOf(child));
     return {{"scope", context.scope},
-            {"address", textOf(context.address)},
-            {"parent", context.parent ? nlohmann::ordered_json(textOf(context.parent)) : nullptr},
+            {"address", addressText(context.address)},
+            {"parent", addressJson(context.parent)},
             {"state", nameOf(context.state)},
             {"activations", context.activations},
             {"isCurrent", context.isCurrent},
@@ -146,12 +135,12 @@ const char* borderOf(const ContextInfo& context) {
 }
 
 void writeDot(std::ostream& out, const ContextInfo& context) {
-    const std::string name = textOf(context.address);
+    const std::string name = addressText(context.address);
     out << "    \"" << name << "\" [" << borderOf(context) << ", label=\"" << headingOf(context) << "\\l";
     for (const StateInfo& state : context.states)
         out << escaped(state.type) << ", " << sizeOf(state) << "\\l";
     out << "\"];\n";
-    if (context.parent) out << "    \"" << textOf(context.parent) << "\" -> \"" << name << "\";\n";
+    if (context.parent) out << "    \"" << addressText(context.parent) << "\" -> \"" << name << "\";\n";
     for (const ContextInfo& child : context.children)
         writeDot(out, child);
 }
@@ -173,8 +162,8 @@ void writeText(std::ostream& out, const Snapshot& snapshot) {
 }
 
 void writeJson(std::ostream& out, const Snapshot& snapshot) {
-    const nlohmann::ordered_json json = {{"process", snapshot.process ? jsonOf(*snapshot.process) : nullptr}};
-    out << json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+    const Json json = {{"process", snapshot.process ? jsonOf(*snapshot.process) : nullptr}};
+    detail::write(out, json);
 }
 
 void writeDot(std::ostream& out, const Snapshot& snapshot) {

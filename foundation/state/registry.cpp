@@ -51,6 +51,8 @@ std::string describe(const Use& use) {
 
 }  // namespace
 
+std::string unknownName(std::uint64_t id) { return "(id " + std::to_string(id) + ")"; }
+
 Registry& Registry::instance() {
     static Registry& registry = *new Registry;
     return registry;
@@ -119,7 +121,7 @@ const Registry::Type* Registry::findType(const std::type_info& scope, std::uint6
 KnownType Registry::typeOf(const std::type_info& scope, std::uint64_t id) const {
     const std::lock_guard lock(m_mutex);
     const Type* const type = findType(scope, id);
-    if (!type) return {"(id " + std::to_string(id) + ")", std::nullopt};
+    if (!type) return {unknownName(id), std::nullopt};
     const auto isDefined = [](const Use& use) { return use.layout != Layout(); };
     const auto defined = std::find_if(type->uses.begin(), type->uses.end(), isDefined);
     if (defined == type->uses.end()) return {type->name, std::nullopt};

@@ -33,6 +33,7 @@
 #include <foundation/tav/detail/platform.h>
 #include <foundation/tav/detail/report.h>
 #include <foundation/tav/detail/scope_trace.h>
+#include <foundation/tav/detail/teardown.h>
 #include <foundation/tav/detail/trace.h>
 #include <foundation/tav/error.h>
 #include <foundation/tav/inspect.h>
@@ -91,7 +92,9 @@ public:
     InstanceManager(const InstanceManager&) = delete;
     InstanceManager& operator=(const InstanceManager&) = delete;
     ~InstanceManager() {
-        if (!isUnused()) destroy(erase);
+        if (isUnused()) return;
+        destroy(
+            [](std::uint64_t typeID, StatePtr&& state) { eraseAndRecord(nullptr, nullptr, typeID, std::move(state)); });
     }
 
     /// Null if there is none. Grows the table for an id beyond it, and is no read-only operation therefore.
@@ -109,10 +112,25 @@ public:
     /// Deletes a state that was taken out of a store.
     static void erase(std::uint64_t typeID, StatePtr&& state) noexcept;
 
+    /// Likewise, with an entry in the record of teardown if there is one.
+    static void eraseAndRecord(const std::type_info* scope, const void* context, std::uint64_t typeID,
+                               StatePtr&& state) noexcept {
+        if (detail::isTeardownRecorded()) [[unlikely]]
+            eraseRecorded(scope, context, typeID, std::move(state));
+        else
+            erase(typeID, std::move(state));
+    }
+
     /// Takes all states out, newest first, each handed to `callback(typeID, StatePtr&&)` and deleted afterwards if that
     /// did not take it. The callback may use the store: each state is gone from it before its turn comes.
     template <class Callback>
     void destroy(Callback&& callback);
+
+    /// While a store is watched, states that are looked for in vain, and those that are inserted, are told to the
+    /// record of its destruction. Lookups pay nothing for that: to them all ids of a watched store are beyond the
+    /// table.
+    void watch() { m_slotCount = 0; }
+    void endWatch() { m_slotCount = m_items.size(); }
 
     bool isEmpty() const { return m_list.empty(); }
     bool isUnused() const { return m_items.empty() && m_list.empty(); }  // and `destroy` has nothing to do or check
@@ -122,41 +140,59 @@ private:
     friend struct InstanceManagerPeer;  // breaks the invariants on purpose, to see them checked
     friend struct Inspection;
 
-    void grow(std::uint64_t typeID);
-    [[gnu::cold, gnu::noinline]] StatePtr* findInGrown(std::uint64_t typeID);
+    [[gnu::cold, gnu::noinline]] static void eraseRecorded(const std::type_info* scope, const void* context,
+                                                           std::uint64_t typeID, StatePtr&& state) noexcept;
+    bool isWatched() const { return m_slotCount != m_items.size(); }
+    void makeRoom(std::uint64_t typeID);
+    StatePtr& add(std::uint64_t typeID, StatePtr&& state);
+    [[gnu::cold, gnu::noinline]] StatePtr* findBeyond(std::uint64_t typeID);
+    [[gnu::cold, gnu::noinline]] StatePtr& insertBeyond(std::uint64_t typeID, StatePtr&& state);
 
     StateList m_list;                // newest first; its nodes never move
     std::vector<StatePtr*> m_items;  // by type id: into the nodes of m_list, or null
-    std::uint64_t m_slotCount = 0;   // of m_items, for the bounds test of every lookup
+    std::uint64_t m_slotCount = 0;   // of m_items, for the bounds test of every lookup; 0 while watched
 };
 
-void InstanceManager::grow(std::uint64_t typeID) {
+void InstanceManager::makeRoom(std::uint64_t typeID) {
     constexpr std::uint64_t step = 1024;  // ids come in sequence: seldom one at a time
+    if (typeID < m_items.size()) return;
     if (typeID > m_items.max_size() - step)
         throw std::length_error("Type id " + std::to_string(typeID) +
                                 " exceeds what a table of states can hold. Use the ids that getNextID returns.");
+    const bool wasWatched = isWatched();
     m_items.resize(typeID + step);
-    m_slotCount = m_items.size();
+    if (!wasWatched) m_slotCount = m_items.size();
 }
 
-StatePtr* InstanceManager::findInGrown(std::uint64_t typeID) {
-    grow(typeID);
-    return m_items[typeID];
+StatePtr* InstanceManager::findBeyond(std::uint64_t typeID) {
+    makeRoom(typeID);
+    StatePtr* const found = m_items[typeID];
+    if (!found && isWatched()) detail::recordLateUse(this, typeID, false);
+    return found;
 }
 
 inline StatePtr* InstanceManager::find(std::uint64_t typeID) {
-    return typeID < m_slotCount ? m_items[typeID] : findInGrown(typeID);
+    return typeID < m_slotCount ? m_items[typeID] : findBeyond(typeID);
 }
 
-StatePtr& InstanceManager::insert(std::uint64_t typeID, StatePtr&& state) {
-    if (typeID >= m_slotCount)
-        grow(typeID);
-    else
-        FOUNDATION_TAV_CHECK(m_items[typeID] == nullptr);
+inline StatePtr& InstanceManager::add(std::uint64_t typeID, StatePtr&& state) {
     auto* const item = new Item(typeID, std::move(state));
     m_list.push_front(*item);
     m_items[typeID] = item;
     return *item;
+}
+
+StatePtr& InstanceManager::insertBeyond(std::uint64_t typeID, StatePtr&& state) {
+    makeRoom(typeID);
+    StatePtr& inserted = add(typeID, std::move(state));
+    if (isWatched()) detail::recordLateUse(this, typeID, true);
+    return inserted;
+}
+
+StatePtr& InstanceManager::insert(std::uint64_t typeID, StatePtr&& state) {
+    if (typeID >= m_slotCount) return insertBeyond(typeID, std::move(state));
+    FOUNDATION_TAV_CHECK(m_items[typeID] == nullptr);
+    return add(typeID, std::move(state));
 }
 
 StatePtr InstanceManager::extract(std::uint64_t typeID) {
@@ -177,6 +213,12 @@ void InstanceManager::extract(std::uint64_t typeID, StateList& extracted) {
 void InstanceManager::erase(std::uint64_t typeID, StatePtr&& state) noexcept {
     FOUNDATION_TAV_TRACE_SCOPE(" typeID=" << typeID);
     state.reset();
+}
+
+void InstanceManager::eraseRecorded(const std::type_info* scope, const void* context, std::uint64_t typeID,
+                                    StatePtr&& state) noexcept {
+    const detail::RecordedDeletion recorded(scope, context, typeID, state);
+    erase(typeID, std::move(state));
 }
 
 template <class Callback>
@@ -618,12 +660,16 @@ template <class Scope>
 void ContextImpl<Scope>::destroyStates(Lock& lock) {
     if (m_store.isUnused()) return;
     m_isDestroying = true;
-    m_store.destroy([&lock](std::uint64_t typeID, StatePtr&& state) {
+    const detail::RecordedDestruction recorded(typeid(Scope), this, &m_store);
+    if (recorded.isRecorded()) [[unlikely]]
+        m_store.watch();
+    m_store.destroy([this, &lock](std::uint64_t typeID, StatePtr&& state) {
         lock.unlock();
         StatePtr dying = std::move(state);
-        InstanceManager::erase(typeID, std::move(dying));
+        InstanceManager::eraseAndRecord(&typeid(Scope), this, typeID, std::move(dying));
         lock.lock();
     });
+    m_store.endWatch();
     m_isDestroying = false;
 }
 
@@ -713,7 +759,7 @@ std::uint64_t ContextImpl<Scope>::erase(std::uint64_t typeID, const std::type_in
         return m_store.extract(typeID);
     }();  // unlocked again: the deleter may use this context
     if (!extracted) return 0;
-    InstanceManager::erase(typeID, std::move(extracted));
+    InstanceManager::eraseAndRecord(&typeid(Scope), this, typeID, std::move(extracted));
     return 1;
 }
 
@@ -730,7 +776,7 @@ std::uint64_t ContextImpl<Scope>::eraseAll(std::uint64_t typeID, const std::type
     }  // unlocked again: the deleters may use the contexts
     for (StatePtr& state : extracted) {
         FOUNDATION_TAV_CHECK(state);
-        InstanceManager::erase(typeID, std::move(state));
+        InstanceManager::eraseAndRecord(&typeid(StateScope), nullptr, typeID, std::move(state));
     }
     return extracted.size();
 }
@@ -1129,7 +1175,11 @@ static_assert(static_cast<State>(ContextState::running) == State::running &&
 
 /// What layers above see of the contexts, and may do to them without their being current.
 struct Inspection {
-    using Stores = std::vector<std::shared_ptr<InstanceManager>>;  // each shares its context
+    struct Store {
+        std::shared_ptr<InstanceManager> states;  // shares the context
+        const std::type_info* scope;
+        const void* context;
+    };
 
     /// Each context before its children, siblings in creation order. The caller holds the Process context's lock.
     template <class Scope, class Operation>
@@ -1168,27 +1218,29 @@ struct Inspection {
     }
 
     /// The stores that the calling thread may touch.
-    static Stores stores(ContextImpl<scope::Process>& process) {
-        Stores stores;
+    static std::vector<Store> stores(ContextImpl<scope::Process>& process) {
+        std::vector<Store> stores;
         const std::lock_guard lock(process.m_mutex);
-        forEachContext(process, [&](auto& context) {
-            if (!isCurrentElsewhere(context)) stores.emplace_back(context.shared_from_this(), &context.m_store);
+        forEachContext(process, [&]<class Scope>(ContextImpl<Scope>& context) {
+            if (!isCurrentElsewhere(context))
+                stores.push_back({{context.shared_from_this(), &context.m_store}, &typeid(Scope), &context});
         });
         return stores;
     }
 
     /// Deletes the newest of the states that match; false if none does.
     template <class Predicate>
-    static bool eraseNewest(ContextImpl<scope::Process>& process, InstanceManager& store, const Predicate& matches) {
+    static bool eraseNewest(ContextImpl<scope::Process>& process, const Store& store, const Predicate& matches) {
         InstanceManager::StateList extracted;
         {
             const std::lock_guard lock(process.m_mutex);
-            const auto newest = std::find_if(store.m_list.begin(), store.m_list.end(), matches);
-            if (newest == store.m_list.end()) return false;
-            store.extract(newest->typeID, extracted);
+            InstanceManager& states = *store.states;
+            const auto newest = std::find_if(states.m_list.begin(), states.m_list.end(), matches);
+            if (newest == states.m_list.end()) return false;
+            states.extract(newest->typeID, extracted);
         }  // unlocked again: the deleter may use the contexts
         for (InstanceManager::Item& state : extracted)
-            InstanceManager::erase(state.typeID, std::move(state));
+            InstanceManager::eraseAndRecord(store.scope, store.context, state.typeID, std::move(state));
         return !extracted.empty();
     }
 };
@@ -1216,10 +1268,11 @@ std::uint64_t eraseStatesDeletedBy(const void* begin, const void* end) {
         const auto deleter = reinterpret_cast<std::uintptr_t>(state.get_deleter());
         return deleter >= reinterpret_cast<std::uintptr_t>(begin) && deleter < reinterpret_cast<std::uintptr_t>(end);
     };
-    const Inspection::Stores stores = Inspection::stores(*process);  // a deleter may free the handles of their contexts
+    const std::vector<Inspection::Store> stores =
+        Inspection::stores(*process);  // a deleter may free the handles of their contexts
     std::uint64_t erased = 0;
     for (auto store = stores.rbegin(); store != stores.rend(); ++store)
-        while (Inspection::eraseNewest(*process, **store, matches))
+        while (Inspection::eraseNewest(*process, *store, matches))
             ++erased;
     return erased;
 }

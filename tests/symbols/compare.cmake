@@ -9,7 +9,7 @@ list(FILTER lines EXCLUDE REGEX " vtable for foundation::core::except::Exception
 set(symbols "")
 foreach(line IN LISTS lines)
   string(REGEX REPLACE "^[0-9a-f]+ [A-Za-z] " "" symbol "${line}")
-  if(NOT symbol MATCHES "^(guard variable for |typeinfo for |typeinfo name for |vtable for )?(std::|boost::|unsigned long std::|void std::)")
+  if(NOT symbol MATCHES "^(guard variable for |typeinfo for |typeinfo name for |vtable for |[a-z ]+ )?(std::|boost::)")
     list(APPEND symbols "${symbol}")
   endif()
 endforeach()

@@ -25,9 +25,12 @@ struct Use {
     Layout layout;
 };
 
+/// What a type is called that was stored without this library: "(id 7)".
+std::string unknownName(std::uint64_t id);
+
 /// What is known of the type that has an id in a scope.
 struct KnownType {
-    std::string name;                 ///< "(id 7)" if the id was not handed out here
+    std::string name;                 ///< `unknownName` if the id was not handed out here
     std::optional<std::size_t> size;  ///< in bytes, where a module in memory has told it
 };
 
