@@ -7,12 +7,14 @@
 #include <foundation/state/inspect.h>
 #include <foundation/state/scope_of.h>
 #include <foundation/state/state.h>
+#include <foundation/state/teardown.h>
 #include <foundation/tav/context.h>
 #include <foundation/tav/context_activator.h>
 #include <foundation/tav/error.h>
 #include <foundation/tav/scope.h>
 #include <unistd.h>
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <exception>
 #include <iostream>
@@ -41,6 +43,9 @@ namespace {
 constexpr int success = 0;
 constexpr int incomplete = 1;
 constexpr int wrongUsage = 2;
+
+// No state of this host has a reason to take longer to die.
+constexpr std::chrono::milliseconds deletionLimit(100);
 
 // Details (2), information (16), scope entry (32) and exit (64), errors (512).
 constexpr unsigned fullTrace = 2 | 16 | 32 | 64 | 512;
@@ -94,6 +99,16 @@ void writeInspection(const std::string& format) {
     }
 }
 
+// When the last context is gone.
+void writeTeardownReport(const std::string& format) {
+    const state::TeardownReport report = state::teardownReport();
+    if (format == "json") {
+        state::writeJson(std::cout, report);
+    } else {
+        state::writeText(std::cout, report);
+    }
+}
+
 // Unloaded while all projects are open: nothing but the plugin itself has to take its states away.
 void endPlugin(Plugin& plugin, std::vector<OpenProject>& projects) {
     std::cout << "\nplugin: " << state::findOrFail<DocumentAnalysis>().name() << '\n';
@@ -121,7 +136,7 @@ int analyse(const Options& options, std::vector<std::string>& deaths) {
     state::findOrFail<Console>().endProgress();
     if (options.inspect) {
         writeInspection(*options.inspect);
-    } else {
+    } else if (!options.teardownReport) {
         writeReport(projects);
     }
     if (plugin) {
@@ -132,8 +147,14 @@ int analyse(const Options& options, std::vector<std::string>& deaths) {
 }
 
 int runAnalysis(const Options& options) {
+    if (options.teardownReport) {
+        state::recordTeardown(deletionLimit);
+    }
     std::vector<std::string> deaths;  // outlives every context
     const int status = analyse(options, deaths);
+    if (options.teardownReport) {
+        writeTeardownReport(*options.teardownReport);
+    }
     if (options.teardown) {
         writeTeardown(std::cout, deaths);
     }

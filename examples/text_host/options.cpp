@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include <charconv>
+#include <initializer_list>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -8,7 +9,8 @@
 namespace text_host {
 
 const std::string_view usage =
-    "usage: text_host [--inspect FORMAT] [--plugin FILE] [--threads N] [--teardown] [TRACE] DIR...\n"
+    "usage: text_host [--plugin FILE] [--threads N] [--teardown] [TRACE] DIR...\n"
+    "       text_host --inspect FORMAT|--teardown-report FORMAT [--threads N] [TRACE] DIR...\n"
     "       text_host [TRACE] --misuse NAME|list\n"
     "       text_host --help\n"
     "TRACE: [--trace] [--trace-file FILE]\n"
@@ -23,6 +25,9 @@ const std::string_view usage =
     "  --threads N    work on N projects at a time (1 to 256; default: as many as there are\n"
     "                 projects and processors, at most 4)\n"
     "  --teardown     show the order in which the states died\n"
+    "  --teardown-report FORMAT\n"
+    "                 show how long each state took to die and what its deleter asked for in\n"
+    "                 vain, in the place of the tables: as text or json\n"
     "  --trace        show the library's diagnostic trace on standard error\n"
     "  --trace-file FILE\n"
     "                 append the trace to a file, from which tav-timeline makes a page\n"
@@ -46,9 +51,11 @@ std::size_t parseThreads(const std::string& text) {
     return threads;
 }
 
-std::string parseFormat(const std::string& text) {
-    if (text != "text" && text != "json" && text != "dot") {
-        throw UsageError("--inspect takes text, json or dot, not '" + text + "'");
+std::string parseFormat(const std::string& option, const std::string& text) {
+    const bool hasGraph = option == "--inspect";
+    if (text != "text" && text != "json" && (!hasGraph || text != "dot")) {
+        throw UsageError(option + " takes " + (hasGraph ? "text, json or dot" : "text or json") + ", not '" + text +
+                         "'");
     }
     return text;
 }
@@ -89,7 +96,9 @@ private:
         if (name == "--threads") {
             m_options.threads = parseThreads(value(argument, equals));
         } else if (name == "--inspect") {
-            m_options.inspect = parseFormat(value(argument, equals));
+            m_options.inspect = parseFormat(name, value(argument, equals));
+        } else if (name == "--teardown-report") {
+            m_options.teardownReport = parseFormat(name, value(argument, equals));
         } else if (name == "--misuse") {
             m_options.misuse = value(argument, equals);
         } else if (name == "--plugin") {
@@ -134,14 +143,26 @@ private:
         if (m_options.misuse && !m_options.directories.empty()) {
             throw UsageError("--misuse takes no DIR");
         }
-        if (m_options.misuse && m_options.inspect) {
-            throw UsageError("--misuse takes no --inspect");
-        }
-        if (m_options.inspect && m_options.plugin) {
-            throw UsageError("--inspect takes no --plugin");
-        }
-        if (m_options.misuse && m_options.plugin) {
-            throw UsageError("--misuse takes no --plugin");
+        const Given misuse{"--misuse", m_options.misuse.has_value()};
+        const Given inspect{"--inspect", m_options.inspect.has_value()};
+        const Given plugin{"--plugin", m_options.plugin.has_value()};
+        const Given teardown{"--teardown", m_options.teardown};
+        const Given teardownReport{"--teardown-report", m_options.teardownReport.has_value()};
+        exclude(misuse, {inspect, plugin, teardownReport});
+        exclude(inspect, {plugin, teardownReport});
+        exclude(teardownReport, {plugin, teardown});
+    }
+
+    struct Given {
+        std::string name;
+        bool isGiven;
+    };
+
+    static void exclude(const Given& option, std::initializer_list<Given> others) {
+        for (const Given& other : others) {
+            if (option.isGiven && other.isGiven) {
+                throw UsageError(option.name + " takes no " + other.name);
+            }
         }
     }
 

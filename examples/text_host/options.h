@@ -20,9 +20,10 @@ struct Options {
     bool teardown = false;
     bool trace = false;
     std::optional<std::filesystem::path> traceFile;
-    std::optional<std::size_t> threads;  ///< as asked for
-    std::optional<std::string> misuse;   ///< the name, or "list"
-    std::optional<std::string> inspect;  ///< "text", "json" or "dot"
+    std::optional<std::size_t> threads;         ///< as asked for
+    std::optional<std::string> misuse;          ///< the name, or "list"
+    std::optional<std::string> inspect;         ///< "text", "json" or "dot"
+    std::optional<std::string> teardownReport;  ///< "text" or "json"
     std::optional<std::filesystem::path> plugin;
     std::vector<std::filesystem::path> directories;
 };

@@ -5,7 +5,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/support.bash"
 
 usage() {
     cat <<'END'
-usage: text_host [--inspect FORMAT] [--plugin FILE] [--threads N] [--teardown] [TRACE] DIR...
+usage: text_host [--plugin FILE] [--threads N] [--teardown] [TRACE] DIR...
+       text_host --inspect FORMAT|--teardown-report FORMAT [--threads N] [TRACE] DIR...
        text_host [TRACE] --misuse NAME|list
        text_host --help
 TRACE: [--trace] [--trace-file FILE]
@@ -20,6 +21,9 @@ Counts the words of every text file below each DIR, which is a project of its ow
   --threads N    work on N projects at a time (1 to 256; default: as many as there are
                  projects and processors, at most 4)
   --teardown     show the order in which the states died
+  --teardown-report FORMAT
+                 show how long each state took to die and what its deleter asked for in
+                 vain, in the place of the tables: as text or json
   --trace        show the library's diagnostic trace on standard error
   --trace-file FILE
                  append the trace to a file, from which tav-timeline makes a page

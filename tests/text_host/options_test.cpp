@@ -32,6 +32,7 @@ TEST(Options, HoldTheDirectories) {
     EXPECT_EQ(options.threads, std::nullopt);
     EXPECT_EQ(options.misuse, std::nullopt);
     EXPECT_EQ(options.inspect, std::nullopt);
+    EXPECT_EQ(options.teardownReport, std::nullopt);
     EXPECT_EQ(options.plugin, std::nullopt);
 }
 
@@ -52,6 +53,8 @@ TEST(Options, TakeValuesInTwoSpellings) {
     EXPECT_EQ(parseOptions({"--misuse=a=b"}).misuse, "a=b");
     EXPECT_EQ(parseOptions({"--inspect", "json", "a"}).inspect, "json");
     EXPECT_EQ(parseOptions({"--inspect=dot", "a"}).inspect, "dot");
+    EXPECT_EQ(parseOptions({"--teardown-report", "json", "a"}).teardownReport, "json");
+    EXPECT_EQ(parseOptions({"--teardown-report=text", "a"}).teardownReport, "text");
     EXPECT_EQ(parseOptions({"--plugin", "p.so", "a"}).plugin, "p.so");
     EXPECT_EQ(parseOptions({"--plugin=p.so", "a"}).plugin, "p.so");
     EXPECT_EQ(parseOptions({"--trace-file", "t", "a"}).traceFile, "t");
@@ -93,8 +96,17 @@ TEST(Options, RefuseWhatMakesNoSense) {
     EXPECT_EQ(complaintAbout({"a", "--plugin"}), "--plugin takes a value");
     EXPECT_EQ(complaintAbout({"a", "--inspect"}), "--inspect takes a value");
     EXPECT_EQ(complaintAbout({"a", "--inspect", "xml"}), "--inspect takes text, json or dot, not 'xml'");
+    EXPECT_EQ(complaintAbout({"a", "--teardown-report"}), "--teardown-report takes a value");
+    EXPECT_EQ(complaintAbout({"a", "--teardown-report", "dot"}), "--teardown-report takes text or json, not 'dot'");
     EXPECT_EQ(complaintAbout({"a", "--inspect", "dot", "--plugin", "p.so"}), "--inspect takes no --plugin");
     EXPECT_EQ(complaintAbout({"--misuse", "list", "--inspect", "dot"}), "--misuse takes no --inspect");
+    EXPECT_EQ(complaintAbout({"--misuse", "list", "--teardown-report", "text"}), "--misuse takes no --teardown-report");
+    EXPECT_EQ(complaintAbout({"a", "--inspect", "dot", "--teardown-report", "text"}),
+              "--inspect takes no --teardown-report");
+    EXPECT_EQ(complaintAbout({"a", "--teardown-report", "text", "--plugin", "p.so"}),
+              "--teardown-report takes no --plugin");
+    EXPECT_EQ(complaintAbout({"a", "--teardown-report", "text", "--teardown"}),
+              "--teardown-report takes no --teardown");
 }
 
 }  // namespace
