@@ -10,7 +10,9 @@ namespace foundation::tests {
 namespace {
 
 const NullSink quiet;  // the report is traced, too
-std::optional<tav::management::Context<tav::scope::Zarn>> handle;
+// Before the parent, in whatever order the linker takes the translation units: with optimisation across them it may be
+// either.
+[[gnu::init_priority(1000)]] std::optional<tav::management::Context<tav::scope::Zarn>> handle;
 
 }  // namespace
 

@@ -10,7 +10,7 @@ namespace {
 using tav::management::Context;
 using tav::scope::Process;
 
-// The initialiser of the child's handle has run by then: it is in the translation unit that is linked before.
+// The initialiser of the child's handle has run by then: it has the higher priority.
 Context<Process> process;
 
 }  // namespace
