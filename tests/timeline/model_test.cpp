@@ -46,7 +46,8 @@ public:
                            std::to_string(time - m_begin));
     }
     void marked(const Mark& mark) override {
-        marks.push_back("line " + std::to_string(mark.line) + ": " + std::string(mark.text));
+        const std::string state = mark.state == 0 ? "" : ", state " + std::to_string(mark.state);
+        marks.push_back("line " + std::to_string(mark.line) + state + ": " + std::string(mark.text));
     }
 
     std::vector<std::string> operations;
@@ -164,6 +165,16 @@ TEST(Model, KnowsContextsFromBeforeTheTrace) {
     EXPECT_THAT(told.states, ElementsAre("Log Zarn 1 0-6, deleted, unseen"));
     EXPECT_EQ(told.report.counts.contextsUnseen[2], 1u);
     EXPECT_EQ(told.report.counts.statesUnseen, 1u);
+}
+
+// A type that was seen with its id has its name wherever the id stands alone.
+TEST(Model, LearnsTypesFromInsertions) {
+    Trace trace;
+    trace.create(zarn, "0xb0").create(zarn, "0xb1").create(process, "0xa0").insert(zarn, "0xb0", "0", "Log");
+    trace.call(gcc::eraseAll(workspace), "typeID=1 getName(type)=Text this=0xa0");
+    trace.destroy(zarn, "0xb1", {"0"}).destroy(workspace, "0xc0", {"1"});
+    EXPECT_THAT(Told(trace).states, ElementsAre("Log Zarn 2 2-14, deleted, unseen",
+                                                "Text Workspace 1 0-20, deleted, unseen", "Log Zarn 1 7-21, alive"));
 }
 
 // An activation names the parent of a Workspace context; without it, several could be it.
@@ -362,6 +373,140 @@ TEST(Model, MarksErrorsAndExceptions) {
     EXPECT_EQ(told.report.counts.caughtExceptions, 1u);
     EXPECT_EQ(told.report.counts.otherChannels, 1u);
     EXPECT_EQ(told.report.counts.records, 3u);
+}
+
+// What a deleter did too late, and that it took long, are marks of the state that it has deleted, with the names of
+// types and contexts.
+TEST(Model, MarksWhatWasNoticedInADeletion) {
+    Trace trace;
+    trace.create(process, "0xa0").create(zarn, "0xb0").insert(zarn, "0xb0", "0", "Cache");
+    trace.add(16, "getNextID  scope=foundation::tav::scope::Zarn  id=1  type=Log");
+    trace.enter(gcc::destroy(zarn), "this=0xb0").call(gcc::release(zarn), "this=0xb0");
+    trace.deleteState("1").deleteState("0");
+    trace.add(16, "late find" + of(zarn, "1", "0xb0") + "  by" + of(zarn, "0"));
+    trace.add(16, "late insert" + of(zarn, "1", "0xb0") + "  by" + of(zarn, "0"));
+    trace.add(16, "slow deletion" + of(zarn, "0", "0xb0") + "  microseconds=1503190  limit=1000");
+    trace.leave(gcc::destroy(zarn));
+    const Told told(trace);
+    EXPECT_THAT(told.marks,
+                ElementsAre("line 15, state 1: the deleter of Cache of Zarn 1 looked for Log in Zarn 1, where it had "
+                            "already been deleted",
+                            "line 16, state 1: the deleter of Cache of Zarn 1 created Log anew in Zarn 1, where it had "
+                            "already been deleted",
+                            "line 17, state 1: Cache of Zarn 1 took 1.50 s; the limit is 1 ms"));
+    EXPECT_EQ(told.report.counts.lateUses, 2u);
+    EXPECT_EQ(told.report.counts.slowDeletions, 1u);
+    EXPECT_THAT(told.problems, IsEmpty());
+}
+
+// The deletions around and within another one are told apart, each by its own exit.
+TEST(Model, MarksNestedDeletions) {
+    Trace trace;
+    trace.create(process, "0xa0").insert(process, "0xa0", "0", "A").insert(process, "0xa0", "1", "B");
+    trace.enter(gcc::erase(process), "typeID=0 getName(type)=A this=0xa0").enter(gcc::deleteState, "typeID=0");
+    trace.enter(gcc::erase(process), "typeID=1 getName(type)=B this=0xa0").deleteState("1");
+    trace.add(16, "slow deletion" + of(process, "1", "0xa0") + "  microseconds=7  limit=5");
+    trace.leave(gcc::erase(process)).leave(gcc::deleteState);
+    trace.add(16, "slow deletion" + of(process, "0", "0xa0") + "  microseconds=9  limit=5");
+    trace.leave(gcc::erase(process));
+    EXPECT_THAT(Told(trace).marks, ElementsAre("line 12, state 2: B of Process 1 took 7 µs; the limit is 5 µs",
+                                               "line 15, state 1: A of Process 1 took 9 µs; the limit is 5 µs"));
+}
+
+// A deletion whose exit was lost has ended by the time of what is said of it.
+TEST(Model, MarksADeletionWhoseExitIsMissing) {
+    Trace trace;
+    trace.create(process, "0xa0").insert(process, "0xa0", "0", "A");
+    trace.raw(Trace::time(4) + " 1 [foundation::tav] 32 " + gcc::deleteState + "  typeID=0\n" + Trace::time(5) +
+              " 1 [foundation::tav] 16 slow deletion" + of(process, "0", "0") + "  microseconds=7  limit=5\n");
+    const Told told(trace);
+    EXPECT_THAT(told.marks, ElementsAre("line 6, state 1: A of Process 1 took 7 µs; the limit is 5 µs"));
+    EXPECT_THAT(told.states, ElementsAre("A Process 1 3-5, deleted"));
+}
+
+// Of a state that dies when its context is freed, the library doesn't know the scope: the trace may show it.
+TEST(Model, MarksStatesWithoutScope) {
+    Trace trace;
+    trace.create(zarn, "0xb0").destroy(zarn, "0xb0").insert(zarn, "0xb0", "0", "Late").free(zarn, "0xb0");
+    trace.deleteState("0").add(16, "slow deletion  scope=  id=0  context=0  microseconds=7  limit=5");
+    trace.add(16, "slow deletion  scope=  id=1  context=0  microseconds=7  limit=5");
+    EXPECT_THAT(Told(trace).marks,
+                ElementsAre("line 13, state 1: Late of Zarn 1 took 7 µs; the limit is 5 µs",
+                            "line 14: a state of type id 1 of a freed context took 7 µs; the limit is 5 µs"));
+}
+
+// A state whose context the trace doesn't tell has its marks as well.
+TEST(Model, MarksStatesOfUnknownContexts) {
+    Trace trace;
+    trace.deleteState("0").add(16, "slow deletion" + of(zarn, "0", "0") + "  microseconds=7  limit=5");
+    EXPECT_THAT(Told(trace).marks,
+                ElementsAre("line 3, state 1: a state of type id 0 of a Zarn context took 7 µs; the limit is 5 µs"));
+}
+
+// A mark is no other state's: not one of another type or scope, nor one that was deleted before another operation.
+TEST(Model, MarksNoOtherState) {
+    Trace trace;
+    trace.create(process, "0xa0").insert(process, "0xa0", "0", "A").insert(process, "0xa0", "1", "B");
+    trace.enter(gcc::destroy(process), "this=0xa0").deleteState("1");
+    trace.add(16, "slow deletion" + of(process, "0", "0") + "  microseconds=7  limit=5");
+    trace.deleteState("0").call(gcc::release(process), "this=0xa0");
+    trace.add(16, "slow deletion" + of(process, "0", "0") + "  microseconds=7  limit=5");
+    trace.leave(gcc::destroy(process)).insert(process, "0xa0", "2", "C").deleteState("2");
+    trace.add(16, "slow deletion" + of(zarn, "2", "0") + "  microseconds=7  limit=5");
+    EXPECT_THAT(Told(trace).marks,
+                ElementsAre("line 10: A of a Process context took 7 µs; the limit is 5 µs",
+                            "line 15: A of a Process context took 7 µs; the limit is 5 µs",
+                            "line 21: a state of type id 2 of a Zarn context took 7 µs; the limit is 5 µs"));
+}
+
+// The last states of a context die when it is freed: it has its name still, which is no other context's, and none
+// begins at its address.
+TEST(Model, NamesFreedContextsInMarks) {
+    Trace trace;
+    trace.create(zarn, "0xb0").destroy(zarn, "0xb0").insert(zarn, "0xb0", "0", "Late").free(zarn, "0xb0");
+    trace.deleteState("0");
+    trace.add(16, "late find" + of(zarn, "1", "0xb0") + "  by" + of(zarn, "0"));
+    trace.add(16, "slow deletion" + of(zarn, "0", "0xb0") + "  microseconds=7  limit=5");
+    trace.add(16, "slow deletion" + of(zarn, "1", "0xb1") + "  microseconds=7  limit=5");
+    trace.add(16, "slow deletion" + of(process, "1", "0xb0") + "  microseconds=7  limit=5");
+    const Told told(trace);
+    EXPECT_THAT(
+        told.marks,
+        ElementsAre("line 13, state 1: the deleter of Late of Zarn 1 looked for a state of type id 1 in Zarn 1, "
+                    "where it had already been deleted",
+                    "line 14, state 1: Late of Zarn 1 took 7 µs; the limit is 5 µs",
+                    "line 15: a state of type id 1 of the Zarn context at 0xb1 took 7 µs; the limit is 5 µs",
+                    "line 16: a state of type id 1 of the Process context at 0xb0 took 7 µs; the limit is 5 µs"));
+    EXPECT_THAT(told.contexts, ElementsAre("Zarn 1 0-9, freed, destroyed 2-5"));
+}
+
+// Without the operations, a teardown's records stand alone: contexts that nothing else has shown have their address.
+TEST(Model, MarksWithoutOperations) {
+    Trace trace;
+    trace.add(16, "push context  zarn=0xb0  workspace=0");
+    trace.add(16, "late find" + of(zarn, "3", "0xb0") + "  by" + of(workspace, "7"));
+    trace.add(16, "late insert" + of(process, "3", "0xa0") + "  by" + of(workspace, "7"));
+    trace.add(16, "slow deletion" + of(workspace, "7", "0xb0") + "  microseconds=7000  limit=5000");
+    trace.add(16, "slow deletion" + of(workspace, "7", "0") + "  microseconds=7000  limit=5000");
+    const Told told(trace);
+    EXPECT_THAT(
+        told.marks,
+        ElementsAre(
+            "line 2: the deleter of a state of type id 7 of a Workspace context looked for a state of type id 3 "
+            "in Zarn 1, where it had already been deleted",
+            "line 3: the deleter of a state of type id 7 of a Workspace context created a state of type id 3 "
+            "anew in the Process context at 0xa0, where it had already been deleted",
+            "line 4: a state of type id 7 of the Workspace context at 0xb0 took 7 ms; the limit is 5 ms",
+            "line 5: a state of type id 7 of a Workspace context took 7 ms; the limit is 5 ms"));
+    EXPECT_THAT(told.contexts, ElementsAre("Zarn 1 0-4, alive, unseen"));
+    EXPECT_THAT(told.problems, IsEmpty());
+}
+
+// The records of a teardown show that their severity is in the mask.
+TEST(Model, MissesNoActivationsBesideATeardown) {
+    Trace trace;
+    trace.create(zarn, "0xb0").add(16, "late find" + of(zarn, "3", "0xb0") + "  by" + of(zarn, "7"));
+    EXPECT_THAT(gaps(Told(trace).report), IsEmpty());
 }
 
 }  // namespace

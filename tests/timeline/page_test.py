@@ -1,4 +1,5 @@
-"""The timeline's page in a browser: what it shows of a real trace, a search, a click, keys, and that it loads nothing."""
+"""The timeline's page in a browser: what it shows of a real trace, a search, a click, keys, and that it loads nothing;
+and what it shows of a recorded teardown."""
 
 import pathlib
 import subprocess
@@ -25,6 +26,45 @@ def make_page(folder):
     page = folder / "page.html"
     subprocess.run([TIMELINE, "--html", page, trace], check=True)
     return page, trace.read_text().splitlines()
+
+
+def teardown_trace():
+    """A Zarn context dies with three states: the newest is looked for twice by the next one's deleter; the last is slow."""
+    scope = "foundation::tav::scope::Zarn"
+    delete = "static void (anonymous namespace)::InstanceManager::erase(std::uint64_t, StatePtr &&)"
+    records = []
+
+    def add(severity, depth, message):
+        time = f"2026-11-21T02:14:10.{1000 * len(records):06}Z"
+        records.append(f"{time} 1 [foundation::tav] {severity} {'  ' * depth}{message}")
+
+    def call(depth, signature, details):
+        add(32, depth, f"{signature}  {details}")
+        add(64, depth, signature)
+
+    def member(text):
+        return f"(anonymous namespace)::ContextImpl<{scope}>::{text} [Scope = {scope}]"
+
+    call(0, member("ContextImpl()"), "this=0xb0")
+    for number, name in enumerate(("Cache", "Index", "Logger")):
+        call(0, member("insert()"), f"typeID={number} getName(type)=host::{name} this=0xb0")
+    add(32, 0, member("destroy()") + "  this=0xb0")
+    call(1, member("releaseParentNoLock()"), "this=0xb0")
+    call(1, delete, "typeID=2")
+    call(1, delete, "typeID=1")
+    for _ in range(2):
+        add(16, 1, f"late find  scope={scope}  id=2  context=0xb0  by  scope={scope}  id=1")
+    call(1, delete, "typeID=0")
+    add(16, 1, f"slow deletion  scope={scope}  id=0  context=0xb0  microseconds=1000  limit=500")
+    add(64, 0, member("destroy()"))
+    return records
+
+
+def make_teardown_page(folder):
+    (folder / "teardown").write_text("".join(record + "\n" for record in teardown_trace()))
+    page = folder / "teardown.html"
+    subprocess.run([TIMELINE, "--html", page, folder / "teardown"], check=True)
+    return page
 
 
 def count(browser, key):
@@ -119,6 +159,53 @@ def test_keys(browser):
     expect(browser.run(pixels) == whole, "0 does not show the whole trace again")
 
 
+def color_at(browser, x, y):
+    """The colour of the lanes at a position of the window, as it stands in the style."""
+    return browser.run("const canvas = document.querySelector('#lanes'); const box = canvas.getBoundingClientRect();"
+                       "const scale = canvas.width / box.width; const [x, y] = arguments;"
+                       "const data = canvas.getContext('2d').getImageData((x - box.left) * scale, (y - box.top) * scale, 1, 1).data;"
+                       "return '#' + [...data.slice(0, 3)].map(part => part.toString(16).padStart(2, '0')).join('')", x, y)
+
+
+def test_nothing_was_late(browser):
+    expect(browser.text("#marksHeading") == "errors and exceptions", f"the list has {browser.text('#marksHeading')}")
+    expect("late" not in browser.text("#legend"), "the legend tells of late uses")
+    shown = "return getComputedStyle(document.querySelector('[data-count=lateUses]')).display"
+    expect(browser.run(shown) == "none", "no late use is counted")
+
+
+def test_teardown(browser):
+    expect((count(browser, "lateUses"), count(browser, "slowDeletions")) == (2, 1), "the page counts others")
+    expect(browser.text("#marksHeading") == "late uses and slow deletions", f"the list has {browser.text('#marksHeading')}")
+    expect("late use of a deleted statedeletion over the limit" in browser.text("#legend"), "the legend lacks something")
+    late = ("late use: the deleter of host::Index of Zarn 1 looked for host::Logger in Zarn 1, "
+            "where it had already been deleted")
+    expect(browser.text("#marks tbody td.late") == late, f"listed is {browser.text('#marks tbody td.late')}")
+    slow = "slow deletion: host::Cache of Zarn 1 took 1 ms; the limit is 500 µs"
+    expect(browser.text("#marks tbody td.slow") == slow, f"listed is {browser.text('#marks tbody td.slow')}")
+    rows = browser.run("return [...document.querySelectorAll('#teardown tbody tr')].map(row => row.cells[2].innerText)")
+    expect(rows == ["Zarn 1", "host::Logger", "host::Index2 late uses", "host::Cacheover the limit"], f"died {rows}")
+
+
+def test_late_marks(browser):
+    for word, matches, look, above, state in (("late", 2, "late", 0, "Index"), ("slow", 1, "slow", 4, "Cache")):
+        search(browser, word)
+        expect(browser.text("#matches") == f"1 of {matches}", f"found {browser.text('#matches')} for {word}")
+        name, facts = found = selected(browser)
+        expect(name.startswith(f"{word} ") and facts["deleted"] == state, f"selected {name} with {facts}")
+        x, y = position_of_selection(browser)
+        browser.type("Escape")
+        expect(color_at(browser, x, y - above) == browser.run(
+            "return getComputedStyle(document.documentElement).getPropertyValue(arguments[0]).trim()", f"--{look}"),
+               f"the mark has the colour {color_at(browser, x, y - above)}")
+        browser.click(x, y)
+        expect(selected(browser) == found, f"a click selects {selected(browser)}")
+        browser.click_on("#details button.jump")
+        name, facts = selected(browser)
+        expect(name == state and state in facts["in its deletion"], f"led to {name} with {facts}")
+        browser.type("Escape")
+
+
 def test_width(browser):
     wide = browser.run("return document.documentElement.scrollWidth - window.innerWidth")
     expect(wide <= 0, f"the page is {wide} pixels too wide")
@@ -126,6 +213,7 @@ def test_width(browser):
 
 with tempfile.TemporaryDirectory() as name:
     PAGE, RECORDS = make_page(pathlib.Path(name))
+    TEARDOWN_PAGE = make_teardown_page(pathlib.Path(name))
     for width, height in ((1280, 1000), (500, 850)):
         browser = Browser(DRIVER, CHROMIUM, width, height)
         try:
@@ -137,6 +225,12 @@ with tempfile.TemporaryDirectory() as name:
             test_matches_in_turn(browser)
             test_lists(browser)
             test_keys(browser)
+            test_nothing_was_late(browser)
+            browser.open(TEARDOWN_PAGE)
+            browser.settle()
+            test_width(browser)
+            test_teardown(browser)
+            test_late_marks(browser)
             expect(browser.complaints() == [], f"the page complains: {browser.complaints()}")
         finally:
             browser.close()

@@ -185,14 +185,45 @@ TEST(Content, PlainRecordsBearTheirValues) {
     EXPECT_EQ(pop.restored.workspace, 4u);
     const auto id =
         contentOf<TypeId>(16, "getNextID  scope=foundation::tav::scope::Zarn  id=3  type=A<b,  c>", signatures);
-    EXPECT_EQ(id.scope, Scope::zarn);
-    EXPECT_EQ(id.id, 3u);
+    EXPECT_EQ(id.key, (TypeKey{Scope::zarn, 3}));
     EXPECT_EQ(id.type, "A<b,  c>");
     const auto error = contentOf<Error>(512, "m_function=f  m_file=a b.cpp  m_line=7  m_message=It  is.", signatures);
     EXPECT_EQ(error.function, "f");
     EXPECT_EQ(error.place, "a b.cpp  m_line=7");
     EXPECT_EQ(error.message, "It  is.");
     EXPECT_EQ(contentOf<CaughtException>(512, "Exception caught: what", signatures).text, "what");
+}
+
+// The records of a teardown, each with its values.
+TEST(Content, TeardownRecordsBearTheirValues) {
+    Signatures signatures;
+    const auto find = contentOf<LateUse>(16,
+                                         "late find  scope=foundation::tav::scope::Zarn  id=3  context=0x5581  by  "
+                                         "scope=foundation::tav::scope::Workspace  id=7",
+                                         signatures);
+    EXPECT_FALSE(find.isInsertion);
+    EXPECT_EQ(find.used, (TypeKey{Scope::zarn, 3}));
+    EXPECT_EQ(find.context, 0x5581u);
+    EXPECT_EQ(find.deleted, (TypeKey{Scope::workspace, 7}));
+    const auto insert =
+        contentOf<LateUse>(16, "late insert" + of("Process", "0", "0x1") + "  by" + of("Process", "1"), signatures);
+    EXPECT_TRUE(insert.isInsertion);
+    EXPECT_EQ(insert.used, (TypeKey{Scope::process, 0}));
+    EXPECT_EQ(insert.deleted, (TypeKey{Scope::process, 1}));
+    const auto slow = contentOf<SlowDeletion>(
+        16, "slow deletion" + of("Zarn", "7", "0x5581") + "  microseconds=1503190  limit=1000000", signatures);
+    EXPECT_EQ(slow.deleted, (TypeKey{Scope::zarn, 7}));
+    EXPECT_EQ(slow.context, 0x5581u);
+    EXPECT_EQ(slow.took, 1503190);
+    EXPECT_EQ(slow.limit, 1000000);
+    const auto unknown =
+        contentOf<SlowDeletion>(16, "slow deletion" + of("Zarn", "7", "0") + "  microseconds=9  limit=0", signatures);
+    EXPECT_EQ(unknown.context, 0u);
+    const auto freed =
+        contentOf<SlowDeletion>(16, "slow deletion  scope=  id=7  context=0  microseconds=9  limit=0", signatures);
+    EXPECT_EQ(freed.deleted, (TypeKey{Scope::unknown, 7}));
+    EXPECT_EQ(contentOf<LateUse>(16, "late find" + of("Zarn", "3", "0x5") + "  by  scope=  id=7", signatures).deleted,
+              (TypeKey{Scope::unknown, 7}));
 }
 
 // Records of other channels are let through, whatever they say.
@@ -212,6 +243,7 @@ TEST(Content, RefusesOtherTexts) {
     EXPECT_FALSE(isUnderstood(16, "pop context  zarn=0x1  workspace=0x2  restoring  zarn=0x3  workspace=4"));
     EXPECT_FALSE(isUnderstood(16, "getNextID  scope=foundation::tav::scope::Zarn  id=x  type=A"));
     EXPECT_FALSE(isUnderstood(16, "getNextID  scope=foundation::tav::scope::Zarn  id=1  type="));
+    EXPECT_FALSE(isUnderstood(16, "getNextID  scope=foundation::tav::scope::Zarm  id=1  type=A"));
     EXPECT_FALSE(isUnderstood(16, "something"));
     EXPECT_FALSE(isUnderstood(16, ""));
     EXPECT_FALSE(isUnderstood(32, gcc::destroy("Zarn") + "  this="));
@@ -224,6 +256,40 @@ TEST(Content, RefusesOtherTexts) {
     EXPECT_FALSE(isUnderstood(512, "m_function=f  m_file=a  m_line=7"));
     EXPECT_FALSE(isUnderstood(512, "Exception"));
     EXPECT_FALSE(isUnderstood(17, "push context  zarn=0x1f  workspace=0x2"));
+}
+
+// A record of a teardown is whole and exact or not understood: no byte of it can be missing at its end, and each field
+// is wrong once.
+TEST(Content, RefusesDamagedTeardownRecords) {
+    const std::string late = "late find" + of("Zarn", "3", "0x5") + "  by" + of("Workspace", "7");
+    const std::string slow = "slow deletion" + of("Zarn", "7", "0") + "  microseconds=9  limit=1";
+    for (const std::string& whole : {late, slow}) {
+        EXPECT_TRUE(isUnderstood(16, whole));
+        for (std::size_t length = 1; length != whole.size(); ++length) {
+            EXPECT_FALSE(isUnderstood(16, whole.substr(0, length))) << whole.substr(0, length);
+        }
+        EXPECT_FALSE(isUnderstood(16, whole + ' '));
+    }
+    for (const std::string& message : {
+             "late erase" + of("Zarn", "3", "0x5") + "  by" + of("Workspace", "7"),
+             "late find" + of("Zarm", "3", "0x5") + "  by" + of("Workspace", "7"),
+             "late find" + of("Zarn", "-3", "0x5") + "  by" + of("Workspace", "7"),
+             "late find" + of("Zarn", "3", "5") + "  by" + of("Workspace", "7"),
+             "late find" + of("Zarn", "3") + "  by" + of("Workspace", "7"),
+             "late find" + of("Zarn", "3", "0x5") + " by" + of("Workspace", "7"),
+             "late find" + of("Zarn", "3", "0x5") + "  by" + of("Work", "7"),
+             "late find" + of("Zarn", "3", "0x5") + "  by" + of("Workspace", "7", "0x6"),
+             "slow deletion" + of("Zarn", "7") + "  microseconds=9  limit=1",
+             "slow deletion" + of("Zarn", "7", "0") + "  microseconds=-9  limit=1",
+             "slow deletion" + of("Zarn", "7", "0") + "  microseconds=9.5  limit=1",
+             "late find  scope=  id=3  context=0x5  by" + of("Workspace", "7"),
+             "late find" + of("Zarn", "3", "0x5") + "  by  scope= id=7",
+             "slow deletion" + of("Zarn", "7", "0") + "  microseconds=9223372036854775808  limit=1",
+             "slow deletion" + of("Zarn", "7", "0") + "  milliseconds=9  limit=1",
+             "slow deletion" + of("Zarn", "7", "0") + "  limit=1  microseconds=9",
+         }) {
+        EXPECT_FALSE(isUnderstood(16, message)) << message;
+    }
 }
 
 }  // namespace

@@ -30,6 +30,8 @@ counted activations '\] 16 +push context '
 counted deactivations '\] 16 +pop context '
 counted typeIds '\] 16 +getNextID '
 counted errors '\] 512 +m_function='
+counted lateUses '\] 16 +late (find|insert) '
+counted slowDeletions '\] 16 +slow deletion '
 counted thrown '\] 64 .* \[throw\]$'
 counted processContexts "\] 32 +${context}ContextImpl\(.*$scope::Process\]"
 counted zarnContexts "\] 32 +${context}ContextImpl\(.*$scope::Zarn[];,]"

@@ -58,6 +58,11 @@ inline const std::string deleteState =
 
 }  // namespace gcc
 
+/// A type, and a context if given, as the records of a teardown name them.
+inline std::string of(const std::string& scope, const std::string& id, const std::string& address = "") {
+    return "  scope=foundation::tav::scope::" + scope + "  id=" + id + (address.empty() ? "" : "  context=" + address);
+}
+
 /// A trace that is being written: a record each microsecond.
 class Trace {
 public:
@@ -164,7 +169,8 @@ inline std::vector<std::string> problemLines(const Problems& problems) {
     return lines;
 }
 
-/// A small trace with everything in it: two threads, three contexts, four states, an error and an exception.
+/// A small trace with everything in it: two threads, three contexts, two states, an error, an exception, a late use and
+/// a slow deletion.
 inline std::string smallTrace() {
     Trace trace;
     trace.create("Process", "0xa0").insert("Process", "0xa0", "0", "Log").create("Zarn", "0xb0");
@@ -174,7 +180,10 @@ inline std::string smallTrace() {
     trace.add(512, "m_function=f  m_file=a.cpp  m_line=7  m_message=Twice. <b>\"bug\"</b>");
     trace.leave(gcc::insert("Workspace"), " [throw]");
     trace.add(16, "pop context  zarn=0xb0  workspace=0xc0  restoring  zarn=0  workspace=0");
-    trace.destroy("Workspace", "0xc0", {"0"}).free("Workspace", "0xc0");
+    trace.enter(gcc::destroy("Workspace"), "this=0xc0").call(gcc::release("Workspace"), "this=0xc0").deleteState("0");
+    trace.add(16, "late find" + of("Workspace", "1", "0xc0") + "  by" + of("Workspace", "0"));
+    trace.add(16, "slow deletion" + of("Workspace", "0", "0xc0") + "  microseconds=1503190  limit=1000000");
+    trace.leave(gcc::destroy("Workspace")).free("Workspace", "0xc0");
     trace.on(1).add(16, "pop context  zarn=0xb0  workspace=0  restoring  zarn=0  workspace=0");
     trace.destroy("Zarn", "0xb0").free("Zarn", "0xb0").destroy("Process", "0xa0", {"0"}).free("Process", "0xa0");
     return trace.text();

@@ -114,8 +114,8 @@ TEST(ChromeWriter, TellsWhatHasNotEnded) {
 TEST(Summary, HasCountsAndDurations) {
     EXPECT_EQ(summaryOf(smallTrace() + "rubbish\n"),
               R"(a trace
-  from 2026-11-21T02:14:10.000000Z to 2026-11-21T02:14:10.000038Z, 38 µs
-            39  records
+  from 2026-11-21T02:14:10.000000Z to 2026-11-21T02:14:10.000040Z, 40 µs
+            41  records
              2  threads
             17  operations entered
             17  operations left
@@ -136,16 +136,18 @@ TEST(Summary, HasCountsAndDurations) {
              1  errors reported
              0  exceptions caught by destructors
              1  operations left by an exception
+             1  late uses of deleted states
+             1  deletions over the limit
              0  records of other channels
              1  lines not read, or not whole
 longest to destroy
-          5 µs  Workspace 1
+          7 µs  Workspace 1
           5 µs  Process 1
           3 µs  Zarn 1
 longest to delete
           1 µs  Text<int, char> of Workspace 1
           1 µs  Log of Process 1
-lines that are no records: 1 (line 40)
+lines that are no records: 1 (line 42)
 )");
 }
 
@@ -166,9 +168,11 @@ TEST(Summary, NamesTenOfMany) {
 // The counts stand in the page as text, each under its key.
 TEST(PageWriter, ShowsTheCounts) {
     const std::string page = pageOf(smallTrace());
-    EXPECT_EQ(between(page, "data-count=\"records\"><dd>", "<"), "39");
+    EXPECT_EQ(between(page, "data-count=\"records\"><dd>", "<"), "41");
     EXPECT_EQ(between(page, "data-count=\"operations\"><dd>", "<"), "17");
     EXPECT_EQ(between(page, "data-count=\"errors\"><dd>", "<"), "1");
+    EXPECT_EQ(between(page, "data-count=\"lateUses\"><dd>", "<"), "1");
+    EXPECT_EQ(between(page, "data-count=\"slowDeletions\"><dd>", "<"), "1");
     EXPECT_EQ(between(page, "data-count=\"typeIds\" class=\"none\"><dd>", "<"), "0");
     EXPECT_EQ(between(page, "<h1>Timeline of <span>", "<"), "a trace");
 }
@@ -192,10 +196,16 @@ TEST(PageWriter, WritesTexts) {
               R"("Text\u003cint, char>","Workspace insert","Workspace leaves its parent","state deleted",)"
               R"("Workspace destroy","Workspace freed","Zarn leaves its parent","Zarn destroy","Zarn freed",)"
               R"("Process leaves its parent","Process destroy","Process freed"])");
-    EXPECT_EQ(between(page, "\"marks\":", "}\n"),
-              R"x([[0,2,13,14,"Twice. \u003cb>\"bug\"\u003c/b> (f, m_file=a.cpp  m_line=7)"],)x"
-              "\n"
-              R"([2,2,14,15,"Workspace insert was left by an exception"]])");
+    EXPECT_EQ(
+        between(page, "\"marks\":", "}\n"),
+        R"x([[0,2,13,14,0,"Twice. \u003cb>\"bug\"\u003c/b> (f, m_file=a.cpp  m_line=7)"],)x"
+        "\n"
+        R"([2,2,14,15,0,"Workspace insert was left by an exception"],)"
+        "\n"
+        R"x([3,2,21,22,2,"the deleter of Text\u003cint, char> of Workspace 1 looked for a state of type id 1 in )x"
+        R"x(Workspace 1, where it had already been deleted"],)x"
+        "\n"
+        R"x([4,2,22,23,2,"Text\u003cint, char> of Workspace 1 took 1.50 s; the limit is 1.00 s"]])x");
 }
 
 // The numbers of the operations: thread, how many, and for each the time since the one before, the duration, the depth,
@@ -244,9 +254,23 @@ TEST(PageWriter, KeepsItsLimits) {
     EXPECT_EQ(between(page, "<ul id=\"notes\">\n", "</ul>"),
               "<li>No operation bears its values (severity 2 of the mask): contexts and states are missing.</li>\n"
               "<li>Left out of the drawing: 16 operations of 1 µs or less. The counts include them.</li>\n"
-              "<li>Left out: 5 errors and exceptions after the first 3. The counts include them.</li>\n");
+              "<li>Left out: 5 errors, exceptions, late uses and slow deletions after the first 3. The counts include "
+              "them.</li>\n");
     EXPECT_EQ(between(page, "data-count=\"operations\"><dd>", "<"), "24");
     EXPECT_EQ(columnOf(page, "operations").at(1), 8u);
+}
+
+// A mark leads to its state, wherever that stands among those of the page, or to none if that was left out.
+TEST(PageWriter, LeadsFromMarksToStates) {
+    Trace trace;
+    trace.create("Zarn", "0xb0").insert("Zarn", "0xb0", "0", "A").insert("Zarn", "0xb0", "1", "B").deleteState("0");
+    trace.add(16, "slow deletion" + of("Zarn", "0", "0xb0") + "  microseconds=7  limit=5");
+    trace.deleteState("1").add(16, "slow deletion" + of("Zarn", "1", "0xb0") + "  microseconds=7  limit=5");
+    EXPECT_THAT(pageOf(trace.text()), HasSubstr(R"([4,1,8,9,1,"A of Zarn 1 took 7 µs; the limit is 5 µs"],)"
+                                                "\n"
+                                                R"([4,1,11,12,2,"B of Zarn 1 took 7 µs; the limit is 5 µs"]])"));
+    trace.deleteState("3");
+    EXPECT_THAT(pageOf(trace.text(), {.states = 1}), HasSubstr(R"([4,1,8,9,0,"A of Zarn 1)"));
 }
 
 struct Span {

@@ -81,6 +81,10 @@ std::string_view markName(Mark::Kind kind) {
             return "error";
         case Mark::Kind::caughtException:
             return "exception caught";
+        case Mark::Kind::lateUse:
+            return "late use";
+        case Mark::Kind::slowDeletion:
+            return "slow deletion";
         case Mark::Kind::thrown:
             break;
     }

@@ -3,8 +3,8 @@
 /// @file
 /// Chrome's trace-event format, which Perfetto and other viewers open.
 ///
-/// - The process `operations` has a track for each thread, with its operations nested (`B` and `E`); errors and
-///   exceptions are instants there (`i`).
+/// - The process `operations` has a track for each thread, with its operations nested (`B` and `E`); errors,
+///   exceptions, late uses and slow deletions are instants there (`i`).
 /// - The process `current contexts` has two tracks for each thread, one per scope.
 /// - The process `contexts and states` has their lives as asynchronous events (`b` and `e`), of the categories
 ///   `context` and `state`.

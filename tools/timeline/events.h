@@ -69,13 +69,14 @@ struct State {
 
 /// Something without duration.
 struct Mark {
-    enum class Kind : std::uint8_t { error, caughtException, thrown };
+    enum class Kind : std::uint8_t { error, caughtException, thrown, lateUse, slowDeletion };
 
     Kind kind = Kind::error;
     Thread thread = 0;
     Time time = 0;
     std::uint64_t line = 0;
-    std::string_view text;  ///< for the call only
+    std::uint32_t state = 0;  ///< the id of the one whose deletion it is about; 0 for none or an unknown one
+    std::string_view text;    ///< for the call only
 };
 
 /// Sees what a trace tells, in the order of the records. What is told twice has its end added.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <utility>
+#include "names.h"
+#include "text.h"
 
 namespace timeline {
 
@@ -10,6 +12,18 @@ namespace {
 std::size_t index(Scope scope) { return static_cast<std::size_t>(scope); }
 
 bool isOwner(Kind kind) { return kind == Kind::destroy || kind == Kind::destruct || kind == Kind::erase; }
+
+// Of the states that an operation works on.
+Scope stateScope(const Signature& signature) {
+    return signature.kind == Kind::eraseAll ? signature.stateScope : signature.scope;
+}
+
+// The state, if it can be one of this type: either scope may be unknown.
+const State* ifOfType(const std::optional<State>& state, const TypeKey& key) {
+    if (!state || state->typeId != key.id) return nullptr;
+    const bool areKnown = state->scope != Scope::unknown && key.scope != Scope::unknown;
+    return areKnown && state->scope != key.scope ? nullptr : &*state;
+}
 
 Scope parentScope(Scope scope) {
     if (scope == Scope::zarn) return Scope::process;
@@ -104,7 +118,31 @@ void Model::handle(const Pop& pop) {
 void Model::handle(const TypeId& typeId) {
     ++m_counts.typeIds;
     closeLost(threadState(), false);
-    m_types[{typeId.scope, typeId.id}] = keep(typeId.type);
+    m_types[typeId.key] = keep(typeId.type);
+}
+
+void Model::handle(const LateUse& use) {
+    ++m_counts.lateUses;
+    ThreadState& thread = threadState();
+    closeLost(thread, false);
+    const State* const deleted = ifOfType(thread.deleted, use.deleted);
+    const std::string used = typeText(use.used);
+    const std::string action = use.isInsertion ? " created " + used + " anew" : " looked for " + used;
+    mark(Mark::Kind::lateUse,
+         "the deleter of " + deletedText(thread, use.deleted, 0, deleted) + action + " in " +
+             contextText(thread, use.used.scope, use.context, nullptr) + ", where it had already been deleted",
+         deleted);
+}
+
+void Model::handle(const SlowDeletion& deletion) {
+    ++m_counts.slowDeletions;
+    ThreadState& thread = threadState();
+    closeLost(thread, false);
+    const State* const deleted = ifOfType(thread.deleted, deletion.deleted);
+    mark(Mark::Kind::slowDeletion,
+         deletedText(thread, deletion.deleted, deletion.context, deleted) + " took " + duration(deletion.took) +
+             "; the limit is " + duration(deletion.limit),
+         deleted);
 }
 
 void Model::handle(const Error& error) {
@@ -154,6 +192,7 @@ void Model::closeTop(ThreadState& thread, Operation::Ending ending) {
     thread.frames.pop_back();
     frame.operation.end = m_place.time;
     frame.operation.ending = ending;
+    thread.deleted = frame.dying;
     const bool isUnfinished = ending == Operation::Ending::unfinished;
     if (frame.dying) {
         endState(*frame.dying, isUnfinished ? State::Ending::beingDeleted : State::Ending::deleted);
@@ -168,6 +207,7 @@ void Model::applyEntry(ThreadState& thread, Frame& frame, const Entry& entry) {
     const Signature& signature = *entry.signature;
     frame.typeId = entry.typeId;
     operation.type = keep(entry.type);
+    if (entry.typeId && !entry.type.empty()) m_types[{stateScope(signature), *entry.typeId}] = operation.type;
     if (signature.kind == Kind::create) {
         if (entry.context) operation.context = beginContext(*entry.context, signature.scope, true).context.id;
     } else if (signature.kind == Kind::deleteState) {
@@ -285,6 +325,16 @@ Model::LiveContext* Model::find(ContextId id) {
     return found == m_contexts.end() ? nullptr : &found->second;
 }
 
+// As far as the trace has shown it before: what dies late names contexts that may be gone, and is no sign of life.
+const Context* Model::shownAt(const ThreadState& thread, Address address, Scope scope) {
+    const auto found = m_addresses.find(address);
+    const LiveContext* const live = found == m_addresses.end() ? nullptr : find(found->second);
+    if (live && live->context.scope == scope) return &live->context;
+    const bool isFreed =
+        thread.freed && thread.freed->context.address == address && thread.freed->context.scope == scope;
+    return isFreed ? &thread.freed->context : nullptr;
+}
+
 // Those that are being destroyed take no children.
 ContextId Model::onlyAlive(Scope scope) const {
     ContextId only = 0;
@@ -305,7 +355,7 @@ State Model::newState(const Context& context, std::uint64_t typeId) {
     state.context = context.id;
     state.scope = context.scope;
     state.contextNumber = context.number;
-    state.type = typeName(context.scope, typeId);
+    state.type = typeName({context.scope, typeId});
     state.typeId = typeId;
     state.begin = context.begin;
     return state;
@@ -428,13 +478,34 @@ std::string_view Model::keep(std::string_view text) {
     return found != m_texts.end() ? *found : *m_texts.emplace(text).first;
 }
 
-std::string_view Model::typeName(Scope scope, std::uint64_t typeId) const {
-    const auto found = m_types.find({scope, typeId});
+std::string_view Model::typeName(const TypeKey& key) const {
+    const auto found = m_types.find(key);
     return found == m_types.end() ? std::string_view() : found->second;
 }
 
-void Model::mark(Mark::Kind kind, std::string_view text) {
-    const Mark mark{kind, m_place.thread, m_place.time, m_place.line, text};
+std::string Model::typeText(const TypeKey& key) const {
+    const std::string_view name = typeName(key);
+    return name.empty() ? "a state of type id " + std::to_string(key.id) : std::string(name);
+}
+
+// `host::Cache of Zarn 1`
+std::string Model::deletedText(const ThreadState& thread, const TypeKey& key, Address context, const State* state) {
+    const std::string type = state && !state->type.empty() ? std::string(state->type) : typeText(key);
+    return type + " of " + contextText(thread, key.scope, context, state);
+}
+
+// The context at the address, or of the state: as much as is known of either. No scope is on record of a state whose
+// context was being freed.
+std::string Model::contextText(const ThreadState& thread, Scope scope, Address address, const State* state) {
+    if (const Context* const context = shownAt(thread, address, scope)) return contextName(scope, context->number);
+    if (state && state->context != 0) return contextName(state->scope, state->contextNumber);
+    if (scope == Scope::unknown) return "a freed context";
+    const std::string name(scopeName(scope));
+    return address == 0 ? "a " + name + " context" : "the " + name + " context at " + addressText(address);
+}
+
+void Model::mark(Mark::Kind kind, std::string_view text, const State* state) {
+    const Mark mark{kind, m_place.thread, m_place.time, m_place.line, state ? state->id : 0, text};
     tell([&](Observer& observer) { observer.marked(mark); });
 }
 

@@ -9,6 +9,7 @@
 /// - `findOrInsert` has inserted a state if none of the type is known in the context.
 /// - A deleted state is one of the context in whose operation its deleter ran; within `eraseAll` it is that of the
 ///   oldest context that has one of the type, and outside of all operations the only one of the type.
+/// - A late use or slow deletion is one of the state that the thread's last operation has deleted, if it has that type.
 
 #include <array>
 #include <cstdint>
@@ -40,6 +41,8 @@ struct Counts {
     std::uint64_t errors = 0;
     std::uint64_t caughtExceptions = 0;
     std::uint64_t thrown = 0;
+    std::uint64_t lateUses = 0;
+    std::uint64_t slowDeletions = 0;
     std::uint64_t otherChannels = 0;
     std::uint64_t threads = 0;
     std::uint64_t unfinished = 0;
@@ -87,6 +90,7 @@ private:
         std::array<ContextId, scopeCount> current{};
         std::optional<LiveContext> freed;  // with states left, which are deleted after the exit of its destructor
         std::size_t freedDepth = 0;        // the number of operations around that
+        std::optional<State> deleted;      // by the operation that was the last to end
     };
 
     // Where the record that is being added stands.
@@ -102,6 +106,8 @@ private:
     void handle(const Push& push);
     void handle(const Pop& pop);
     void handle(const TypeId& typeId);
+    void handle(const LateUse& use);
+    void handle(const SlowDeletion& deletion);
     void handle(const Error& error);
     void handle(const CaughtException& exception);
     void handle(const OtherChannel&);
@@ -120,6 +126,7 @@ private:
     void freeContext(ThreadState& thread, ContextId id);
     void forgetFreed(ThreadState& thread);
     LiveContext* find(ContextId id);
+    const Context* shownAt(const ThreadState& thread, Address address, Scope scope);
     ContextId onlyAlive(Scope scope) const;
 
     void insertState(const Frame& frame);
@@ -134,8 +141,11 @@ private:
     void makeCurrent(const Push& contexts);
     void setCurrent(Scope scope, ContextId id);
     std::string_view keep(std::string_view text);
-    std::string_view typeName(Scope scope, std::uint64_t typeId) const;
-    void mark(Mark::Kind kind, std::string_view text);
+    std::string_view typeName(const TypeKey& key) const;
+    std::string typeText(const TypeKey& key) const;
+    std::string deletedText(const ThreadState& thread, const TypeKey& key, Address context, const State* state);
+    std::string contextText(const ThreadState& thread, Scope scope, Address address, const State* state);
+    void mark(Mark::Kind kind, std::string_view text, const State* state = nullptr);
 
     template <class Function>
     void tell(const Function& function) {
@@ -155,7 +165,7 @@ private:
     ContextId m_lastContext = 0;
     std::uint32_t m_lastState = 0;
     std::set<std::string, std::less<>> m_texts;
-    std::map<std::pair<Scope, std::uint64_t>, std::string_view> m_types;
+    std::map<TypeKey, std::string_view> m_types;
 };
 
 }  // namespace timeline

@@ -23,16 +23,18 @@ const std::string_view help =
     "\n"
     "A trace shows most with the mask 0x272 (FOUNDATION_LOG_MASK=foundation::tav=0x272). What it\n"
     "tells: the operations of each thread and how they nest, contexts made current and restored,\n"
-    "contexts created and destroyed, states inserted and deleted, errors, exceptions.\n"
+    "contexts created and destroyed, states inserted and deleted, errors, exceptions; where the\n"
+    "host records its teardown, also late uses (a deleter used a state that was deleted before) and\n"
+    "deletions over the host's limit.\n"
     "\n"
     "What is derived: a Workspace context's parent, from its first activation; other parents, where\n"
     "only one context could be it; whether findOrInsert has inserted; the context of a state that\n"
     "eraseAll or the unloading of a module deletes. Times are those at which records were written.\n"
     "\n"
     "What a trace does not tell: when a Process context was activated or deactivated, calls of\n"
-    "shutdown, lookups (find, findOrFail, findOrThrow) unless they are reported as errors, the\n"
-    "addresses and sizes of states, and which activator an activation belongs to. A file to which\n"
-    "several runs have appended reads as one run.\n";
+    "shutdown, lookups (find, findOrFail, findOrThrow) that are neither reported as errors nor late,\n"
+    "the addresses and sizes of states, and which activator an activation belongs to. A file to\n"
+    "which several runs have appended reads as one run.\n";
 
 namespace {
 

@@ -78,6 +78,7 @@ void PageWriter::stateEnded(const State& state) {
     m_states.add({.begin = state.begin,
                   .end = state.end,
                   .deleteBegin = state.deleteBegin.value_or(state.end),
+                  .id = state.id,
                   .type = m_texts.number(state.type),
                   .typeId = state.typeId,
                   .context = state.context,
@@ -103,7 +104,7 @@ void PageWriter::marked(const Mark& mark) {
         ++m_marksDropped;
         return;
     }
-    m_marks.push_back({mark.kind, mark.thread, mark.time, mark.line, std::string(mark.text)});
+    m_marks.push_back({mark.kind, mark.thread, mark.time, mark.line, mark.state, std::string(mark.text)});
 }
 
 void PageWriter::write(std::ostream& out, const Report& report) {
@@ -149,7 +150,8 @@ std::vector<std::string> PageWriter::notes(const Report& report) const {
     addDropped(m_states, "states");
     addDropped(m_activations, "activations");
     if (m_marksDropped > 0) {
-        sentences.push_back("Left out: " + std::to_string(m_marksDropped) + " errors and exceptions after the first " +
+        sentences.push_back("Left out: " + std::to_string(m_marksDropped) +
+                            " errors, exceptions, late uses and slow deletions after the first " +
                             std::to_string(m_marksKept) + ". The counts include them.");
     }
     return sentences;
@@ -254,12 +256,26 @@ void PageWriter::writeActivations(std::ostream& out, Time begin) {
     }
 }
 
-void PageWriter::writeMarks(std::ostream& out, Time begin) const {
+// By id, from 1 in the order of `writeStates`, which comes before; 0 for those that were left out.
+std::map<std::uint32_t, std::size_t> PageWriter::placesOfMarkedStates() {
+    std::map<std::uint32_t, std::size_t> places;
+    for (const PageMark& mark : m_marks) {
+        places[mark.state] = 0;
+    }
+    const auto& states = m_states.entries();
+    for (std::size_t i = 0; i != states.size(); ++i) {
+        if (const auto marked = places.find(states[i].id); marked != places.end()) marked->second = i + 1;
+    }
+    return places;
+}
+
+void PageWriter::writeMarks(std::ostream& out, Time begin) {
+    const auto places = placesOfMarkedStates();
     const char* separator = "[";
     for (const PageMark& mark : m_marks) {
         out << separator << '[' << std::to_string(number(mark.kind)) << ',' << std::to_string(mark.thread) << ','
-            << std::to_string(mark.time - begin) << ',' << std::to_string(mark.line) << ',' << jsonString(mark.text)
-            << ']';
+            << std::to_string(mark.time - begin) << ',' << std::to_string(mark.line) << ','
+            << std::to_string(places.at(mark.state)) << ',' << jsonString(mark.text) << ']';
         separator = ",\n";
     }
     out << (m_marks.empty() ? "[]" : "]");

@@ -68,6 +68,7 @@ private:
         Time begin;
         Time end;
         Time deleteBegin;
+        std::uint32_t id;
         std::uint32_t type;
         std::uint64_t typeId;
         ContextId context;
@@ -91,6 +92,7 @@ private:
         Thread thread;
         Time time;
         std::uint64_t line;
+        std::uint32_t state;
         std::string text;
     };
 
@@ -99,7 +101,8 @@ private:
     void writeContexts(std::ostream& out, Time begin);
     void writeStates(std::ostream& out, Time begin);
     void writeActivations(std::ostream& out, Time begin);
-    void writeMarks(std::ostream& out, Time begin) const;
+    void writeMarks(std::ostream& out, Time begin);
+    std::map<std::uint32_t, std::size_t> placesOfMarkedStates();
     std::vector<std::string> notes(const Report& report) const;
 
     std::vector<Thread> m_threads;

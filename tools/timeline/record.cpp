@@ -125,16 +125,47 @@ std::optional<Content> parsePop(Scanner scanner) {
     return std::nullopt;
 }
 
+bool takeTypeKey(Scanner& scanner, TypeKey& key) {
+    std::string_view scope;
+    if (!scanner.take("  scope=") || !scanner.takeUntil("  id=", scope) || !scanner.takeNumber(key.id)) return false;
+    key.scope = scopeOf(scope);
+    return key.scope != Scope::unknown;
+}
+
+// The scope of a state whose context was freed before is not known to the library.
+bool takeDeletedKey(Scanner& scanner, TypeKey& key) {
+    return scanner.take("  scope=  id=") ? scanner.takeNumber(key.id) : takeTypeKey(scanner, key);
+}
+
+bool takeContext(Scanner& scanner, Address& context) {
+    return scanner.take("  context=") && scanner.takeAddress(context);
+}
+
 std::optional<Content> parseTypeId(Scanner scanner) {
     TypeId id;
-    std::string_view scope;
-    if (!scanner.take("  scope=") || !scanner.takeUntil("  id=", scope) || !scanner.takeNumber(id.id) ||
-        !scanner.take("  type=") || scanner.isAtEnd()) {
-        return std::nullopt;
-    }
-    id.scope = scopeOf(scope);
+    if (!takeTypeKey(scanner, id.key) || !scanner.take("  type=") || scanner.isAtEnd()) return std::nullopt;
     id.type = scanner.rest();
     return id;
+}
+
+std::optional<Content> parseLateUse(Scanner scanner, bool isInsertion) {
+    LateUse use;
+    use.isInsertion = isInsertion;
+    if (takeTypeKey(scanner, use.used) && takeContext(scanner, use.context) && scanner.take("  by") &&
+        takeDeletedKey(scanner, use.deleted) && scanner.isAtEnd()) {
+        return use;
+    }
+    return std::nullopt;
+}
+
+std::optional<Content> parseSlowDeletion(Scanner scanner) {
+    SlowDeletion deletion;
+    if (takeDeletedKey(scanner, deletion.deleted) && takeContext(scanner, deletion.context) &&
+        scanner.take("  microseconds=") && scanner.takeNumber(deletion.took) && deletion.took >= 0 &&
+        scanner.take("  limit=") && scanner.takeNumber(deletion.limit) && scanner.isAtEnd()) {
+        return deletion;
+    }
+    return std::nullopt;
 }
 
 std::optional<Content> parseInformation(std::string_view message) {
@@ -142,6 +173,9 @@ std::optional<Content> parseInformation(std::string_view message) {
     if (scanner.take("push context")) return parsePush(scanner);
     if (scanner.take("pop context")) return parsePop(scanner);
     if (scanner.take("getNextID")) return parseTypeId(scanner);
+    if (scanner.take("late find")) return parseLateUse(scanner, false);
+    if (scanner.take("late insert")) return parseLateUse(scanner, true);
+    if (scanner.take("slow deletion")) return parseSlowDeletion(scanner);
     return std::nullopt;
 }
 

@@ -4,6 +4,7 @@
 /// One line of a trace, taken apart: the fields that the sinks of `foundation/log/console.h` write, and what the
 /// library says in the message.
 
+#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -61,11 +62,34 @@ struct Pop {
     Push restored;
 };
 
-/// A state type got its id.
-struct TypeId {
+/// A type of state, as the trace names it: ids are counted per scope.
+struct TypeKey {
     Scope scope = Scope::unknown;
     std::uint64_t id = 0;
+
+    auto operator<=>(const TypeKey&) const = default;  // NOLINT(modernize-use-nullptr): it compares with no null
+};
+
+/// A state type got its id.
+struct TypeId {
+    TypeKey key;
     std::string_view type;
+};
+
+/// A deleter has used a state of a context whose destruction had deleted it before.
+struct LateUse {
+    bool isInsertion = false;  ///< it was created anew; otherwise it was looked for
+    TypeKey used;
+    Address context = 0;  ///< the one of the state that was used
+    TypeKey deleted;      ///< the state whose deleter did so; without a scope if its context was freed before
+};
+
+/// The deletion of a state took longer than the host's limit.
+struct SlowDeletion {
+    TypeKey deleted;  ///< without a scope if its context was freed before
+    Address context = 0;
+    Time took = 0;
+    Time limit = 0;
 };
 
 /// Misuse was reported.
@@ -83,7 +107,8 @@ struct CaughtException {
 /// A record that is not the library's.
 struct OtherChannel {};
 
-using Content = std::variant<Entry, Exit, Push, Pop, TypeId, Error, CaughtException, OtherChannel>;
+using Content =
+    std::variant<Entry, Exit, Push, Pop, TypeId, LateUse, SlowDeletion, Error, CaughtException, OtherChannel>;
 
 /// What a record says; empty where the library doesn't write such a text. The texts are parts of the record's.
 std::optional<Content> parseContent(const Record& record, Signatures& signatures);

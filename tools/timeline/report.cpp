@@ -42,6 +42,8 @@ std::vector<CountLine> countLines(const Report& report) {
         {"errors", "errors reported", counts.errors},
         {"caughtExceptions", "exceptions caught by destructors", counts.caughtExceptions},
         {"thrown", "operations left by an exception", counts.thrown},
+        {"lateUses", "late uses of deleted states", counts.lateUses},
+        {"slowDeletions", "deletions over the limit", counts.slowDeletions},
         {"otherChannels", "records of other channels", counts.otherChannels},
         {"unreadableLines", "lines not read, or not whole", report.problems.unreadableLines()},
     };
@@ -61,7 +63,8 @@ std::vector<std::string> gaps(const Report& report) {
         sentences.emplace_back(
             "No operation bears its values (severity 2 of the mask): contexts and states are missing.");
     }
-    if (counts.activations + counts.deactivations + counts.typeIds == 0) {
+    const std::uint64_t activations = counts.activations + counts.deactivations;
+    if (activations + counts.typeIds + counts.lateUses + counts.slowDeletions == 0) {
         sentences.emplace_back("No activation is on record (severity 16 of the mask).");
     }
     return sentences;

@@ -15,7 +15,15 @@ const contextEndings = ['', 'end missing in the trace', 'alive at the end of the
 const stateEndings = ['', 'being deleted at the end of the trace', 'end missing in the trace',
     'alive at the end of the trace'];
 const parentSources = ['', 'from its activation', 'as the only one alive'];
-const markKinds = ['error', 'exception caught by a destructor', 'exception'];
+const markKinds = ['error', 'exception caught by a destructor', 'exception', 'late use', 'slow deletion'];
+const markPlurals = ['errors', 'exceptions', 'exceptions', 'late uses', 'slow deletions'];
+const markLooks = ['error', 'error', 'error', 'late', 'slow'];
+// Each look has a row of its own: nothing hides an error. The corners are in a square of 1 by 1.
+const looks = {
+    error: {legend: 'error, exception', corners: [[0, 0], [1, 0], [0.5, 1]]},
+    late: {legend: 'late use of a deleted state', corners: [[0.5, 0], [1, 0.5], [0.5, 1], [0, 0.5]]},
+    slow: {legend: 'deletion over the limit', corners: [[0, 0], [1, 0], [0, 1], [1, 1]]},
+};
 
 class Packed {
     constructor(text) {
@@ -50,6 +58,15 @@ function table(name, columns) {
 function add(target, values) {
     for (const column of target.columns) target[column].push(values[column]);
     return target.size++;
+}
+
+function groupBy(source, key) {
+    const groups = new Map();
+    for (let i = 0; i < source.size; ++i) {
+        const list = groups.get(key(i));
+        if (list) list.push(i); else groups.set(key(i), [i]);
+    }
+    return groups;
 }
 
 const operations = table('operation', ['thread', 'begin', 'end', 'depth', 'kind', 'ending', 'text', 'context', 'type']);
@@ -108,10 +125,12 @@ const activations = table('activation', ['thread', 'scope', 'context', 'begin', 
     }
 })();
 
-const marks = table('mark', ['kind', 'thread', 'begin', 'end', 'line', 'text']);
-for (const [kind, thread, time, line, text] of data.marks) {
-    add(marks, {kind, thread, begin: time, end: time, line, text});
+const marks = table('mark', ['kind', 'thread', 'begin', 'end', 'line', 'state', 'text']);
+for (const [kind, thread, time, line, state, text] of data.marks) {
+    add(marks, {kind, thread, begin: time, end: time, line, state: state - 1, text});
 }
+const marksOfState = groupBy(marks, i => marks.state[i]);
+const lookOf = mark => markLooks[marks.kind[mark]];
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Texts
@@ -170,26 +189,25 @@ function facts(source, i) {
             ['inserted', states.isBeginKnown[i] ? `${when(states.begin[i])}, thread ${states.inserter[i]}` : 'not seen'],
             ['deleted', deleted],
             ['deletion took', deleted && duration(states.end[i] - states.deleteBegin[i])],
+            ['in its deletion', listed(marks, marksOfState.get(i) || [])],
             ['lived', duration(states.end[i] - states.begin[i])], ['end', stateEndings[states.ending[i]]]];
     }
     if (source === activations) {
         return [['current on', `thread ${activations.thread[i]}`], ['context', toContext(activations.context[i])], ...range];
     }
-    return [['thread', marks.thread[i]], ['time', when(marks.begin[i])], ['line of the trace', marks.line[i]]];
+    return [['thread', marks.thread[i]], ['time', when(marks.begin[i])],
+        ['deleted', marks.state[i] < 0 ? '' : {source: states, i: marks.state[i]}], ['line of the trace', marks.line[i]]];
 }
 
 let statesByContext = null;
 function statesOf(id) {
-    if (!statesByContext) {
-        statesByContext = new Map();
-        for (let i = 0; i < states.size; ++i) {
-            const list = statesByContext.get(states.context[i]);
-            if (list) list.push(i); else statesByContext.set(states.context[i], [i]);
-        }
-    }
-    const list = statesByContext.get(id) || [];
-    const shown = list.slice(0, 20).map(i => ({source: states, i}));
-    return list.length > 20 ? [...shown, `and ${list.length - 20} more`] : shown;
+    statesByContext ||= groupBy(states, i => states.context[i]);
+    return listed(states, statesByContext.get(id) || []);
+}
+
+function listed(source, items) {
+    const shown = items.slice(0, 20).map(i => ({source, i}));
+    return items.length > 20 ? [...shown, `and ${items.length - 20} more`] : shown;
 }
 
 function title(source, i) {
@@ -215,15 +233,6 @@ function addHeading(text, level) {
     if (level === 0) contentHeight += 22;
 }
 
-const groupBy = (source, key) => {
-    const groups = new Map();
-    for (let i = 0; i < source.size; ++i) {
-        const list = groups.get(key(i));
-        if (list) list.push(i); else groups.set(key(i), [i]);
-    }
-    return groups;
-};
-
 // The first lane that is free when the thing begins; the last of the lanes takes what finds none.
 function pack(source, items, most) {
     const lanes = [];
@@ -239,12 +248,15 @@ function pack(source, items, most) {
 
 function addThreads() {
     const current = groupBy(activations, i => activations.thread[i] * 4 + activations.scope[i]);
-    const marksOf = groupBy(marks, i => marks.thread[i]);
+    const marksOf = groupBy(marks, i => `${marks.thread[i]} ${lookOf(i)}`);
     addHeading('Threads', 0);
     for (const thread of threads) {
         addHeading(`Thread ${thread.number}`, 1);
         const start = contentHeight;
-        if (marksOf.has(thread.number)) addRow(marks, marksOf.get(thread.number), 14);
+        for (const look in looks) {
+            const items = marksOf.get(`${thread.number} ${look}`);
+            if (items) addRow(marks, items, 14);
+        }
         for (const scope of [2, 3]) {
             const items = current.get(thread.number * 4 + scope);
             if (items) addRow(activations, items, 16);
@@ -367,7 +379,7 @@ const fit = () => show(-length * 0.005, length * 1.005);
 
 function readColors() {
     const style = getComputedStyle(document.documentElement);
-    const names = ['back', 'surface', 'line', 'text', 'muted', 'accent', 'error', 'create', 'destroy', 'insert', 'erase',
+    const names = ['back', 'surface', 'line', 'text', 'muted', 'accent', 'error', 'late', 'slow', 'create', 'destroy', 'insert', 'erase',
         'delete', 'other', 'on-color', 'band-lightness', 'band-text'];
     colors = Object.fromEntries(names.map(name => [name, style.getPropertyValue('--' + name).trim()]));
 }
@@ -381,7 +393,7 @@ function colorOf(source, i) {
     if (source === contexts) return contextColor(contexts.id[i]);
     if (source === states) return contextColor(states.context[i], 26);
     if (source === activations) return contextColor(activations.context[i]);
-    return colors.error;
+    return colors[lookOf(i)];
 }
 
 function resize(target) {
@@ -459,8 +471,11 @@ function drawRow(pen, row, top) {
         const left = x(source.begin[i]);
         const right = x(source.end[i]);
         if (source === marks) {
+            const next = Math.max(at + 1, firstBeginning(row, source.begin[i] + pixel * 3, at));
+            pen.globalAlpha = matchesBetween(row, at, next) ? 1 : 0.25;
             drawMark(pen, i, left, top);
-            at = Math.max(at + 1, firstBeginning(row, source.begin[i] + pixel * 3, at));
+            pen.globalAlpha = 1;
+            at = next;
         } else if (right - left >= 2) {
             drawBar(pen, source, i, Math.max(left, gutter - 2), Math.min(right, width + 2), top, bottom);
             ++at;
@@ -477,14 +492,10 @@ function drawRow(pen, row, top) {
 }
 
 function drawMark(pen, i, left, top) {
-    pen.globalAlpha = !search.flags || search.flags.get(marks)[i] ? 1 : 0.25;
-    pen.fillStyle = colors.error;
+    pen.fillStyle = colorOf(marks, i);
     pen.beginPath();
-    pen.moveTo(left, top + 12);
-    pen.lineTo(left - 5, top + 2);
-    pen.lineTo(left + 5, top + 2);
+    for (const [across, down] of looks[lookOf(i)].corners) pen.lineTo(left + (across - 0.5) * 10, top + 2 + down * 10);
     pen.fill();
-    pen.globalAlpha = 1;
 }
 
 function drawBar(pen, source, i, left, right, top, bottom) {
@@ -574,8 +585,12 @@ function drawOverview(pen) {
             pen.fillRect(column, box.height - bar, 1, bar);
         }
     });
-    pen.fillStyle = colors.error;
-    for (let i = 0; i < marks.size; ++i) pen.fillRect(marks.begin[i] / length * box.width - 1, 0, 2, 8);
+    for (const look of Object.keys(looks).reverse()) {
+        pen.fillStyle = colors[look];
+        for (let i = 0; i < marks.size; ++i) {
+            if (lookOf(i) === look) pen.fillRect(marks.begin[i] / length * box.width - 1, 0, 2, 8);
+        }
+    }
     const left = from / length * box.width;
     const right = Math.max(to / length * box.width, left + 3);
     pen.globalAlpha = 0.55;
@@ -792,7 +807,7 @@ function fillTable(id, moreId, entries, cells) {
         const start = body.rows.length;
         for (const entry of entries.slice(start, start + rowsPerPage)) {
             const row = element('tr', {tabIndex: 0});
-            for (const [text, className] of cells(entry)) row.append(element('td', {textContent: text, className}));
+            for (const [content, className] of cells(entry)) row.append(element('td', {className}, ...[content].flat()));
             row.addEventListener('click', () => jumpTo(entry));
             row.addEventListener('keydown', event => { if (event.key === 'Enter') jumpTo(entry); });
             body.append(row);
@@ -818,11 +833,21 @@ for (let i = 0; i < states.size; ++i) {
     }
 }
 
+// What was noticed in a state's deletion.
+function badges(i) {
+    const found = (marksOfState.get(i) || []).map(lookOf);
+    const late = found.filter(look => look === 'late').length;
+    const texts = {late: late === 0 ? '' : late === 1 ? '1 late use' : `${late} late uses`,
+        slow: found.includes('slow') ? 'over the limit' : ''};
+    return Object.entries(texts).filter(([, textContent]) => textContent)
+        .map(([look, textContent]) => element('span', {className: `badge ${look}`, textContent}));
+}
+
 function showTeardown() {
     const isByTime = byId('teardownOrder').value === 'time';
     teardown.sort((a, b) => isByTime ? a.time - b.time : b.took - a.took);
     fillTable('teardown', 'moreTeardown', teardown, ({source, i, time, took}) => [
-        [when(time)], [duration(took), 'number'], [source === states ? stateName(i) : label(source, i)],
+        [when(time)], [duration(took), 'number'], [source === states ? [stateName(i), ...badges(i)] : label(source, i)],
         [source === states ? contextName(states.context[i]) || 'unknown' : contextName(contexts.parent[i])],
         [source === states ? states.deleter[i] : contexts.destroyer[i]]]);
 }
@@ -973,10 +998,18 @@ for (const key of ['errors', 'caughtExceptions', 'thrown', 'unfinished', 'unread
 for (const [kind, text] of Object.entries(legend)) {
     byId('legend').append(element('span', {}, element('i', {style: `background: var(--${kind})`}), text));
 }
-byId('legend').append(element('span', {}, element('i', {style: 'background: var(--error)'}), 'error, exception'));
+const looksSeen = new Set(Array.from({length: marks.size}, (_, i) => lookOf(i)));
+for (const [look, {legend: text, corners}] of Object.entries(looks)) {
+    if (look !== 'error' && !looksSeen.has(look)) continue;
+    const shape = corners.map(corner => corner.map(share => `${share * 100}%`).join(' ')).join();
+    byId('legend').append(element('span', {},
+        element('i', {style: `background: var(--${look}); clip-path: polygon(${shape})`}), text));
+}
 byId('marksSection').hidden = marks.size === 0;
+const pluralsSeen = new Set(markPlurals.filter((_, kind) => marks.kind.includes(kind)));
+byId('marksHeading').textContent = new Intl.ListFormat('en-GB').format(pluralsSeen);
 fillTable('marks', 'moreMarks', Array.from({length: marks.size}, (_, i) => ({source: marks, i})), ({i}) => [
-    [when(marks.begin[i])], [marks.thread[i]], [title(marks, i), 'error'], [marks.line[i]]]);
+    [when(marks.begin[i])], [marks.thread[i]], [title(marks, i), lookOf(i)], [marks.line[i]]]);
 byId('teardownSection').hidden = teardown.length === 0;
 showTeardown();
 readColors();
