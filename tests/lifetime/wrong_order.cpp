@@ -9,9 +9,9 @@
 namespace foundation::tests {
 namespace {
 
-const NullSink quiet;  // the report is traced, too
-// Before the parent, in whatever order the linker takes the translation units: with optimisation across them it may be
-// either.
+// Both before the parent, in whatever order the linker takes the translation units: with optimisation across them it
+// may be either.
+[[gnu::init_priority(1000)]] const NullSink quiet;  // the report is traced, too
 [[gnu::init_priority(1000)]] std::optional<tav::management::Context<tav::scope::Zarn>> handle;
 
 }  // namespace
