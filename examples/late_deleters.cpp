@@ -29,7 +29,7 @@ struct Journal {
 struct Settings {
     using StateScope = tav::scope::Process;
     ~Settings() {
-        if (auto* const journal = state::find<Journal>()) journal->lines.push_back("saved");
+        if (auto* const journal = state::find<Journal>()) journal->lines.emplace_back("saved");
     }
 };
 

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <iterator>
 #include <locale>
-#include <ostream>
 #include <sstream>
 #include <typeinfo>
 #include <utility>

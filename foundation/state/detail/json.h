@@ -4,7 +4,7 @@
 /// How the reports of this library are written as JSON.
 
 #include <foundation/state/detail/text.h>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json.hpp>  // IWYU pragma: export
 #include <ostream>
 
 namespace foundation::state::detail {
