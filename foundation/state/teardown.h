@@ -36,7 +36,7 @@ namespace foundation::state {
 using tav::management::recordTeardown;
 using tav::management::stopRecordingTeardown;
 
-/// A deleter has asked for a state that its context's destruction had deleted already.
+/// A deleter has asked for a state that had been deleted since its context's destruction began.
 struct LateUse {
     std::string type;               ///< Of the state asked for; "(id 7)" where it is used without this library.
     std::uint64_t id = 0;           ///< Of the type, in the scope.

@@ -184,6 +184,7 @@ inline StatePtr& InstanceManager::add(std::uint64_t typeID, StatePtr&& state) {
 
 StatePtr& InstanceManager::insertBeyond(std::uint64_t typeID, StatePtr&& state) {
     makeRoom(typeID);
+    FOUNDATION_TAV_CHECK(m_items[typeID] == nullptr);
     StatePtr& inserted = add(typeID, std::move(state));
     if (isWatched()) detail::recordLateUse(this, typeID, true);
     return inserted;

@@ -73,6 +73,23 @@ struct Recorder {
     }
 };
 
+/// The record with those deletions for which `isWanted(deletion, isOverdue)`; running ones last until now.
+template <class Predicate>
+TeardownRecord copyIf(const Predicate& isWanted) {
+    Recorder& recorder = Recorder::instance();
+    const std::lock_guard lock(recorder.mutex);
+    const TeardownRecord& teardown = recorder.teardown;
+    TeardownRecord copy{teardown.start, teardown.limit, {}, teardown.lost};
+    const Clock::time_point now = Clock::now();
+    for (const DeletionRecord& deletion : teardown.deletions) {
+        const auto duration = deletion.isRunning ? now - deletion.begin : deletion.duration;
+        if (!isWanted(deletion, duration > teardown.limit)) continue;
+        copy.deletions.push_back(deletion);
+        copy.deletions.back().duration = duration;
+    }
+    return copy;
+}
+
 /// The deletion that the calling thread is in.
 FOUNDATION_TAV_INITIAL_EXEC constinit thread_local const RecordedDeletion* innermost = nullptr;
 
@@ -89,6 +106,11 @@ void add(std::vector<LateUseRecord>& uses, const LateUseRecord& use) {
         uses.push_back(use);
     else if (use.isInserted)
         known->isInserted = true;
+}
+
+/// For the trace, which does without what there is no memory for.
+std::optional<DeletionRecord> copyOf(const DeletionRecord& deletion) noexcept try { return deletion; } catch (...) {
+    return std::nullopt;
 }
 
 /// For the trace: what names the type of a state.
@@ -157,7 +179,7 @@ RecordedDeletion::~RecordedDeletion() {
         deletion->isRunning = false;
         limit = recorder.teardown.limit;
         const bool isFinding = !deletion->lateUses.empty() || deletion->duration > limit;
-        if (isFinding && isEnabled(libraryLogger, informationSeverity)) ended = *deletion;
+        if (isFinding && isEnabled(libraryLogger, informationSeverity)) ended = copyOf(*deletion);
     });
     if (ended) traceFindings(*ended, limit);
 }
@@ -191,7 +213,7 @@ void recordTeardown(std::chrono::nanoseconds limit) {
     detail::Recorder& recorder = detail::Recorder::instance();
     const std::lock_guard lock(recorder.mutex);
     ++recorder.recording;
-    recorder.teardown = {Clock::now(), limit, {}, 0};
+    recorder.teardown = {Clock::now(), std::max(limit, std::chrono::nanoseconds(0)), {}, 0};
     recorder.destructions.clear();
     detail::teardownSwitch.store(true, std::memory_order_relaxed);
 }
@@ -199,21 +221,12 @@ void recordTeardown(std::chrono::nanoseconds limit) {
 void stopRecordingTeardown() { detail::teardownSwitch.store(false, std::memory_order_relaxed); }
 
 TeardownRecord recordedTeardown() {
-    detail::Recorder& recorder = detail::Recorder::instance();
-    const std::lock_guard lock(recorder.mutex);
-    TeardownRecord teardown = recorder.teardown;
-    const Clock::time_point now = Clock::now();
-    for (DeletionRecord& deletion : teardown.deletions)
-        if (deletion.isRunning) deletion.duration = now - deletion.begin;
-    return teardown;
+    return detail::copyIf([](const DeletionRecord&, bool) { return true; });
 }
 
 TeardownRecord overdueDeletions() {
-    TeardownRecord teardown = recordedTeardown();
-    std::erase_if(teardown.deletions, [&teardown](const DeletionRecord& deletion) {
-        return !deletion.isRunning || deletion.duration <= teardown.limit;
-    });
-    return teardown;
+    return detail::copyIf(
+        [](const DeletionRecord& deletion, bool isOverdue) { return deletion.isRunning && isOverdue; });
 }
 
 }  // namespace management

@@ -40,7 +40,8 @@
 
 namespace foundation::tav::management {
 
-/// A deleter has asked for a state that its context's destruction had deleted already.
+/// A deleter has asked for a state that had been deleted since its context's destruction began. (States that `eraseAll`
+/// deletes meanwhile don't count: their deletions name no context.)
 struct LateUseRecord {
     const std::type_info* scope;  ///< `typeid` of the tag of the context that was asked.
     const void* context;          ///< Its identity.
@@ -57,7 +58,8 @@ struct DeletionRecord {
     const void* address;          ///< The object.
     std::string module;           ///< The file that the deleter lies in, or lay in; empty where that is no module.
     std::thread::id thread;       ///< On which the deleter was called.
-    std::size_t depth;            ///< The number of deleters of that thread that were running already.
+    std::size_t depth;            ///< The number of deleters of that thread that were running already, but for those
+                                  ///< that were called while nothing was recorded.
     std::chrono::steady_clock::time_point begin;  ///< When the deleter was called.
     std::chrono::nanoseconds duration;            ///< How long it took, or how long it has been running.
     bool isRunning;                               ///< It has not returned.
@@ -69,11 +71,12 @@ struct TeardownRecord {
     std::chrono::steady_clock::time_point start;  ///< When it was started, or never (the clock's epoch).
     std::chrono::nanoseconds limit;               ///< A deletion that takes longer is overdue.
     std::vector<DeletionRecord> deletions;        ///< In the order in which they began.
-    std::uint64_t lost;                           ///< How often there was no memory to record or to trace something.
+    std::uint64_t lost;                           ///< How often there was no memory to record something.
 };
 
-/// Starts the recording, with nothing in it; deletions that are running belong to it no more. What is recorded grows
-/// with each deletion, by some hundred bytes.
+/// Starts the recording, with nothing in it; deletions that are running belong to it no more, and in a destruction that
+/// is in progress no use counts as late. A negative limit is taken for zero. What is recorded grows with each deletion,
+/// by some hundred bytes.
 FOUNDATION_TAV_EXPORT void recordTeardown(std::chrono::nanoseconds limit);
 
 /// Ends the recording. What there is stays, and deletions that are running are recorded to their end.

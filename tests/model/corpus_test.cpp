@@ -41,9 +41,9 @@ std::vector<Entry> corpus() {
 
 /// The corpus run once.
 struct CorpusRun {
-    explicit CorpusRun(Layer layer) {
+    explicit CorpusRun(Layer layer, Recording recording = Recording::off) {
         for (const Entry& entry : corpus())
-            if (const auto divergence = run(entry.program, layer, coverage))
+            if (const auto divergence = run(entry.program, layer, recording, coverage))
                 divergences += entry.name + ":\n" + *divergence;
     }
 
@@ -83,6 +83,15 @@ TEST(Corpus, TypedProgramsAgree) {
     EXPECT_THAT(missing(typed.coverage.nestedKinds), IsEmpty());
     EXPECT_THAT(typed.coverage.reports, Contains(StartsWith("Attempting to insert a null pointer as state of type ")));
     EXPECT_EQ(typed.coverage.failedAllocations > 0, canAllocationsFail);
+}
+
+// So it has while deletions are recorded, all of which are as the model says, with what deleters are late for.
+TEST(Corpus, RecordedProgramsAgree) {
+    for (const Layer layer : {Layer::bare, Layer::typed}) {
+        const CorpusRun recorded(layer, Recording::on);
+        EXPECT_EQ(recorded.divergences, "");
+        EXPECT_GT(recorded.coverage.lateUses, 0U);
+    }
 }
 
 // And to each misuse that is reported, and to allocations that fail.

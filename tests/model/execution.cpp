@@ -17,9 +17,11 @@ void addOnce(std::vector<Kind>& kinds, const Kind& kind) {
 
 bool isReport(const Event& event) { return event.kind == Event::Kind::report; }
 
-/// What is certain where memory has run out: records are dropped that there is none for.
+/// What is certain where memory has run out: records of the trace and of deletions are dropped that there is none for.
 std::vector<Event> withoutRecords(std::vector<Event> events) {
-    std::erase_if(events, [](const Event& event) { return event.kind == Event::Kind::record; });
+    std::erase_if(events, [](const Event& event) {
+        return event.kind == Event::Kind::record || event.kind == Event::Kind::deletion;
+    });
     return events;
 }
 
@@ -71,8 +73,10 @@ constexpr std::size_t operationsPerInspection = 16;
 
 class Execution {
 public:
-    Execution(Layer layer, Coverage& coverage)
-        : m_coverage(coverage), m_world(layer), m_model(layer, World::isStrict(), m_world.nextIDs()) {}
+    Execution(Layer layer, Recording recording, Coverage& coverage)
+        : m_coverage(coverage),
+          m_world(layer, recording),
+          m_model(layer, recording, World::isStrict(), m_world.nextIDs()) {}
 
     std::optional<std::string> run(const Program& program);
 
@@ -216,7 +220,10 @@ void Execution::cover(const Action& action, Origin origin, const Effect& effect,
     for (const Kind& kind : effect.nested)
         addOnce(m_coverage.nestedKinds, kind);
     for (const Event& event : seen.events)
-        if (isReport(event)) m_coverage.reports.insert(event.text.substr(event.text.find(": ") + 2));
+        if (isReport(event))
+            m_coverage.reports.insert(event.text.substr(event.text.find(": ") + 2));
+        else if (event.kind == Event::Kind::deletion && event.text.find(", ") != std::string::npos)
+            ++m_coverage.lateUses;
     if (origin != Origin::program) return;
     ++m_coverage.calls;
     if (seen.hasAllocationFailed) ++m_coverage.failedAllocations;
@@ -233,8 +240,8 @@ void Execution::diverge(const Outcome& outcome, const World::Seen& seen) {
 
 }  // namespace
 
-std::optional<std::string> run(const Program& program, Layer layer, Coverage& coverage) {
-    return Execution(layer, coverage).run(program);
+std::optional<std::string> run(const Program& program, Layer layer, Recording recording, Coverage& coverage) {
+    return Execution(layer, recording, coverage).run(program);
 }
 
 }  // namespace foundation::tests::model

@@ -20,9 +20,10 @@ struct Coverage {
     std::vector<Kind> kinds;        ///< of those operations, each once
     std::vector<Kind> nestedKinds;  ///< of the calls of deleters, each once
     std::set<std::string> reports;  ///< their messages
+    std::size_t lateUses = 0;       ///< recorded deletions that have some
 };
 
 /// Where library and model first differ, with the calls up to there, if they do.
-std::optional<std::string> run(const Program& program, Layer layer, Coverage& coverage);
+std::optional<std::string> run(const Program& program, Layer layer, Recording recording, Coverage& coverage);
 
 }  // namespace foundation::tests::model

@@ -40,7 +40,7 @@ void count(const Coverage& coverage) {
 // A program that the library doesn't run as the model does is a crash for the fuzzer, which keeps it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     Coverage coverage;
-    if (const auto divergence = run(decode({bytes, size}), Layer::bare, coverage)) {
+    if (const auto divergence = run(decode({bytes, size}), Layer::bare, Recording::off, coverage)) {
         std::fputs(divergence->c_str(), stderr);
         std::abort();
     }

@@ -132,6 +132,38 @@ private:
     const int m_uncaught;
 };
 
+/// A deletion of a state that was stored, while the library records it.
+class Model::RecordedDeletion {
+public:
+    RecordedDeletion(Model& model, std::optional<Scope> scope, int context, std::uint64_t typeID)
+        : m_model(model), m_index(model.m_deletions.size()) {
+        if (context != 0 && m_model.m_contexts.at(context).isDestroying)
+            m_model.m_contexts.at(context).deleted.insert(typeID);
+        m_model.m_deletions.push_back({scope, context, typeID, m_model.m_running.size()});
+        m_model.m_running.push_back(m_index);
+    }
+
+    // NOLINTNEXTLINE(bugprone-exception-escape): what fails here may end the test
+    ~RecordedDeletion() {
+        m_model.m_running.pop_back();
+        const Deletion deletion = m_model.m_deletions[m_index];
+        const auto type = [](const std::optional<Scope>& scope, std::uint64_t typeID) {
+            return "scope=" + (scope ? tagName(*scope) : "") + "  id=" + std::to_string(typeID);
+        };
+        for (const LateUse& use : deletion.lateUses)
+            m_model.trace(16, (use.isInserted ? "late insert  " : "late find  ") + type(use.scope, use.typeID) +
+                                  "  context=" + address(use.context) + "  by  " +
+                                  type(deletion.scope, deletion.typeID));
+    }
+
+    RecordedDeletion(const RecordedDeletion&) = delete;
+    RecordedDeletion& operator=(const RecordedDeletion&) = delete;
+
+private:
+    Model& m_model;
+    const std::size_t m_index;
+};
+
 void Model::note(Event::Kind kind, std::string text) { m_effect.events.push_back({kind, std::move(text)}); }
 
 void Model::trace(unsigned severity, const std::string& text) {
@@ -262,13 +294,17 @@ void Model::destroyStates(int context) {
     while (!self.stored.empty())
         deleteNewest(context);
     self.isDestroying = false;
+    self.deleted.clear();
 }
 
 void Model::deleteNewest(int context) {
-    std::vector<Stored>& stored = m_contexts.at(context).stored;
-    const Stored newest = stored.back();
-    stored.pop_back();
-    deleteState(newest.typeID, newest.state);
+    Context& self = m_contexts.at(context);
+    const Stored newest = self.stored.back();
+    self.stored.pop_back();
+    if (self.isDestroying)
+        deleteState(self.scope, context, newest.typeID, newest.state);
+    else
+        deleteState(std::nullopt, 0, newest.typeID, newest.state);
 }
 
 void Model::leaveActivation(int context) {
@@ -422,7 +458,9 @@ int Model::find(int context, std::uint64_t typeID) {
     if (typeID == typeIDs[unallocatableID]) throw Failure{"bad_alloc", {}};
     std::uint64_t& slots = m_contexts.at(context).slots;
     if (typeID >= slots) slots = typeID + 1024;
-    return stateIn(context, typeID);
+    const int state = stateIn(context, typeID);
+    if (state == 0) noteLateUse(context, typeID, false);
+    return state;
 }
 
 int Model::stateIn(int context, std::uint64_t typeID) const {
@@ -442,6 +480,7 @@ void Model::store(int context, const Action& action, const std::string& function
         report(function,
                "Attempting to insert state of type '" + typeName(action) + "' after active context was shutdown.");
     self.stored.push_back({action.typeID, action.state});
+    noteLateUse(context, action.typeID, true);
 }
 
 std::string Model::insert(int context, const Action& action) {
@@ -476,9 +515,36 @@ void Model::makeState(int state) {
     m_living.at(state).isMade = true;
 }
 
-void Model::deleteState(std::uint64_t typeID, int state) {
+void Model::deleteState(std::optional<Scope> scope, int context, std::uint64_t typeID, int state) {
+    std::optional<RecordedDeletion> recorded;
+    if (m_recording == Recording::on) recorded.emplace(*this, scope, context, typeID);
     const ScopeRecord record(*this, "InstanceManager::erase", " typeID=" + std::to_string(typeID));
+    if (recorded) note(Event::Kind::deletion, "of " + std::to_string(state) + " in " + address(context));
     die(state);
+}
+
+/// Only a deleter is late, and only for what has been deleted since the context's destruction began.
+void Model::noteLateUse(int context, std::uint64_t typeID, bool isInserted) {
+    const Context& self = m_contexts.at(context);
+    if (m_running.empty() || !self.isDestroying || !self.deleted.contains(typeID)) return;
+    std::vector<LateUse>& uses = m_deletions[m_running.back()].lateUses;
+    const auto known = std::find_if(uses.begin(), uses.end(),
+                                    [&](const LateUse& use) { return use.context == context && use.typeID == typeID; });
+    if (known == uses.end())
+        uses.push_back({context, self.scope, typeID, isInserted});
+    else
+        known->isInserted = known->isInserted || isInserted;
+}
+
+/// What is recorded of a call.
+void Model::noteDeletions() {
+    for (const Deletion& deletion : std::exchange(m_deletions, {})) {
+        std::string line =
+            deletionLine(deletion.depth, deletion.scope ? tagName(*deletion.scope) : "", deletion.typeID);
+        for (const LateUse& use : deletion.lateUses)
+            line += lateUseText(tagName(use.scope), use.typeID, use.isInserted);
+        note(Event::Kind::deletion, line);
+    }
 }
 
 void Model::die(int state) {
@@ -501,7 +567,7 @@ bool Model::erase(int context, const Action& action) {
     const ScopeRecord record(*this, signature(m_contexts.at(context).scope, "erase"), stateDetails(action, context));
     const int state = extract(context, action.typeID);
     if (state == 0) return false;
-    deleteState(action.typeID, state);
+    deleteState(action.kind.scope, context, action.typeID, state);
     return true;
 }
 
@@ -522,7 +588,7 @@ std::uint64_t Model::eraseAll(int process, const Action& action) {
     for (const int context : contextsBelow(process, action.kind.scope))
         if (const int state = extract(context, action.typeID); state != 0) states.push_back(state);
     for (const int state : states)
-        deleteState(action.typeID, state);
+        deleteState(action.kind.scope, 0, action.typeID, state);
     return states.size();
 }
 
@@ -771,6 +837,7 @@ Effect Model::perform(const Action& action) {
     m_effect = {};
     const std::string result = resultOf(action);
     m_effect.result = result;
+    noteDeletions();
     return std::exchange(m_effect, {});
 }
 
@@ -783,6 +850,7 @@ Effect Model::abandon(const Action& action, bool isMade) {
         if (isMade && action.offer != Offer::statePtr && action.offer != Offer::nullPtr) makeState(action.state);
         m_effect.result += refuse(action);
     }
+    noteDeletions();
     return std::exchange(m_effect, {});
 }
 
@@ -1038,6 +1106,15 @@ char comparison(bool isEqual, bool isUnequal) {
     return isUnequal ? '!' : '-';
 }
 
+std::string deletionLine(std::size_t depth, const std::string& scope, std::uint64_t typeID) {
+    return "on level " + std::to_string(depth) + " in scope " + (scope.empty() ? "none" : scope) + ": id " +
+           std::to_string(typeID);
+}
+
+std::string lateUseText(const std::string& scope, std::uint64_t typeID, bool isInserted) {
+    return (isInserted ? ", inserts " : ", finds ") + scope + " id " + std::to_string(typeID);
+}
+
 std::string comparisonLine(const std::string& comparisons) { return "sets, pair by pair: " + comparisons + "\n"; }
 
 std::string countLine(std::size_t living) { return "living states: " + std::to_string(living) + "\n"; }
@@ -1070,7 +1147,7 @@ std::ostream& operator<<(std::ostream& stream, const Action& action) {
 std::ostream& operator<<(std::ostream& stream, const Event& event) {
     static constexpr auto names =
         std::to_array<std::string_view>({"birth of state", "death of state", "report to", "failed assertion", "record",
-                                         "deleter calls", "with the result", "release of"});
+                                         "deleter calls", "with the result", "release of", "deletion"});
     return stream << names[static_cast<std::size_t>(event.kind)] << ' ' << event.text;
 }
 

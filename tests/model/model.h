@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -36,7 +37,7 @@ std::ostream& operator<<(std::ostream& stream, const Action& action);
 
 /// Something that can be seen to happen during a call. The address of a context reads "@" and its number.
 struct Event {
-    enum class Kind : std::uint8_t { birth, death, report, assertion, record, call, result, release };
+    enum class Kind : std::uint8_t { birth, death, report, assertion, record, call, result, release, deletion };
 
     Kind kind;
     std::string text;
@@ -62,8 +63,8 @@ struct Effect {
 class Model {
 public:
     /// `nextIDs`: those that `getNextID` returns next, by scope.
-    Model(Layer layer, bool isStrict, const std::array<std::uint64_t, 3>& nextIDs)
-        : m_layer(layer), m_isStrict(isStrict), m_nextIDs(nextIDs) {}
+    Model(Layer layer, Recording recording, bool isStrict, const std::array<std::uint64_t, 3>& nextIDs)
+        : m_layer(layer), m_recording(recording), m_isStrict(isStrict), m_nextIDs(nextIDs) {}
 
     /// The call with its operands, unless there are no objects that it could be made with.
     std::optional<Action> resolve(const Operation& operation);
@@ -133,9 +134,23 @@ private:
         std::vector<int> children{};
         int dyingChildren = 0;  // no longer among the children, but with states that are being deleted
         std::uint64_t activations = 0;
-        std::vector<Stored> stored{};  // oldest first
-        std::uint64_t slots = 0;       // of the table
+        std::vector<Stored> stored{};       // oldest first
+        std::set<std::uint64_t> deleted{};  // by type id: in its name, while it is being destroyed
+        std::uint64_t slots = 0;            // of the table
         int shares = 0;
+    };
+    struct LateUse {
+        int context;
+        Scope scope;
+        std::uint64_t typeID;
+        bool isInserted;
+    };
+    struct Deletion {
+        std::optional<Scope> scope;  // none: of a context that was destroyed before
+        int context;                 // 0: of none, or of one that isn't told
+        std::uint64_t typeID;
+        std::size_t depth;
+        std::vector<LateUse> lateUses{};
     };
     struct Living {
         std::optional<Call> atDeath{};
@@ -149,6 +164,7 @@ private:
     class Share;
     class Busy;
     class ScopeRecord;
+    class RecordedDeletion;
 
     std::optional<Action> resolve(const Call& call, int thread, bool isNested) const;
     void adopt(const Action& action, const std::optional<Call>& atDeath);
@@ -202,7 +218,9 @@ private:
     std::uint64_t eraseAll(int process, const Action& action);
     int extract(int context, std::uint64_t typeID);
     void makeState(int state);
-    void deleteState(std::uint64_t typeID, int state);
+    void deleteState(std::optional<Scope> scope, int context, std::uint64_t typeID, int state);
+    void noteLateUse(int context, std::uint64_t typeID, bool isInserted);
+    void noteDeletions();
     void die(int state);
     std::vector<int> contextsBelow(int context, Scope scope) const;
     std::string stateDetails(const Action& action, int context) const;
@@ -237,6 +255,7 @@ private:
     const Handle& handle(Scope scope, int index) const;
 
     Layer m_layer;
+    Recording m_recording;
     bool m_isStrict;
     std::array<std::uint64_t, 3> m_nextIDs;
     std::map<int, Context> m_contexts;
@@ -254,8 +273,10 @@ private:
     unsigned m_mask = 0;
     bool m_isCoreEnabled = true;
 
-    int m_thread = 0;  // of the call in progress
-    Effect m_effect;   // of the call in progress
+    int m_thread = 0;                    // of the call in progress
+    Effect m_effect;                     // of the call in progress
+    std::vector<Deletion> m_deletions;   // by the call in progress
+    std::vector<std::size_t> m_running;  // those that are within one another
 };
 
 // The wording of observations, the same on both sides.
@@ -267,6 +288,8 @@ std::string threadLine(int thread, Scope scope, bool isActive, const std::array<
 std::string contextLine(std::size_t depth, const std::string& scope, const std::string& state,
                         std::uint64_t activations, bool isCurrent);
 std::string storedLine(std::size_t depth, std::uint64_t typeID, int state);
+std::string deletionLine(std::size_t depth, const std::string& scope, std::uint64_t typeID);
+std::string lateUseText(const std::string& scope, std::uint64_t typeID, bool isInserted);
 std::string comparisonLine(const std::string& comparisons);
 char comparison(bool isEqual, bool isUnequal);
 std::string countLine(std::size_t living);

@@ -145,6 +145,9 @@ inline constexpr bool canAllocationsFail = true;
 /// the ids that tables can have.
 enum class Layer : std::uint8_t { bare, typed };
 
+/// Whether the library records each call's deletions.
+enum class Recording : std::uint8_t { off, on };
+
 /// How a state comes to where it is stored: given by the caller, who keeps a refused `StatePtr` only, or constructed in
 /// the call.
 enum class Offer : std::uint8_t { statePtr, ptr, uniquePtr, nullPtr, construction };

@@ -4,16 +4,19 @@
 #include "host_diag.h"
 #include "inspection.h"
 
+#include <foundation/core/diag.h>
 #include <foundation/log/diagnostic_logger.h>
 #include <foundation/state/inspect.h>
 #include <foundation/state/state.h>
 #include <foundation/state/type_id.h>
 #include <foundation/tav/detail.h>
+#include <foundation/tav/teardown.h>
 #include <foundation/tav/type_error.h>
 #include <algorithm>
 #include <boost/log/core/core.hpp>
 #include <boost/log/sources/severity_feature.hpp>
 #include <cctype>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -33,6 +36,7 @@ namespace {
 
 using tav::Detail;
 using tav::StatePtr;
+using tav::management::DeletionRecord;
 using tav::scope::Process;
 using tav::scope::Workspace;
 using tav::scope::Zarn;
@@ -91,7 +95,7 @@ std::string levelledRecord(const std::string& text) {
         const auto last = levelledText.find_first_not_of("0123456789", first);
         return levelledText.replace(first, last - first, "#");
     }
-    for (const char* plain : {"push context", "pop context", "getNextID", "Exception caught: "})
+    for (const char* plain : {"push context", "pop context", "getNextID", "Exception caught: ", "late "})
         if (text.starts_with(plain)) return text;
     const auto end = std::min(text.find("  "), text.find(" [throw]"));
     return levelled(std::string_view(text).substr(0, end)) + (end == std::string::npos ? "" : text.substr(end));
@@ -155,7 +159,8 @@ bool World::giveIDs() {
     return true;
 }
 
-World::World(Layer layer) : m_layer(layer), m_previousHandler(tav::setErrorHandler(&handle<0>)) {
+World::World(Layer layer, Recording recording)
+    : m_layer(layer), m_recording(recording), m_previousHandler(tav::setErrorHandler(&handle<0>)) {
     [[maybe_unused]] static const bool areGiven = giveIDs();  // before anyone else asks for one
     s_current = this;
     observeAssertions(&noteAssertion);
@@ -166,6 +171,7 @@ World::World(Layer layer) : m_layer(layer), m_previousHandler(tav::setErrorHandl
 
 /// After a divergence there may be anything left: it goes as well as it can.
 World::~World() {
+    tav::management::stopRecordingTeardown();
     const DeathCalls none;
     m_atDeath = &none;
     for (std::size_t i = 0; i < m_activators.size(); ++i)
@@ -238,6 +244,7 @@ void World::noteDeath(const Payload& state) {
     const SparedAllocations spared;
     m_living.erase(&state);
     m_places.erase(state.number);
+    noteDeletion(state);
     note(Event::Kind::death, std::to_string(state.number));
     const auto call = m_atDeath->find(state.number);
     if (call == m_atDeath->end() || !call->second) return;
@@ -249,16 +256,43 @@ void World::noteDeath(const Payload& state) {
     note(Event::Kind::result, result);
 }
 
+/// One that is refused by the typed layer dies without.
+void World::noteDeletion(const Payload& state) {
+    if (m_recording == Recording::off) return;
+    for (const DeletionRecord& deletion : tav::management::recordedTeardown().deletions) {
+        if (!deletion.isRunning || deletion.address != &state) continue;
+        std::ostringstream text;
+        text << "of " << state.number << " in " << deletion.context;
+        note(Event::Kind::deletion, text.str());
+    }
+}
+
+/// What is recorded of a call.
+void World::noteDeletions() {
+    if (m_recording == Recording::off) return;
+    for (const DeletionRecord& deletion : tav::management::recordedTeardown().deletions) {
+        const auto nameOf = [](const std::type_info* scope) {
+            return scope ? core::diag::detail::demangle_typeid_name(scope->name(), false) : "";
+        };
+        std::string line = deletionLine(deletion.depth, nameOf(deletion.scope), deletion.typeID);
+        for (const tav::management::LateUseRecord& use : deletion.lateUses)
+            line += lateUseText(nameOf(use.scope), use.typeID, use.isInserted);
+        note(Event::Kind::deletion, line + (deletion.isRunning ? ", running still" : ""));
+    }
+}
+
 World::Seen World::perform(const Action& action, unsigned failingAllocation, const DeathCalls& atDeath) {
     Seen seen;
     m_atDeath = &atDeath;
     m_failingAllocation = failingAllocation;
+    if (m_recording == Recording::on) tav::management::recordTeardown(std::chrono::hours(1));
     m_workers[static_cast<std::size_t>(action.thread)].run([&] {
         seen.result = resultOf(action);
         seen.hasAllocationFailed = FailingAllocation::takeFailure();
     });
     m_failingAllocation = 0;
     noteRecords();
+    noteDeletions();
     seen.events = std::exchange(m_events, {});
     return seen;
 }

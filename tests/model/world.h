@@ -56,7 +56,7 @@ public:
     };
 
     /// `layer`: the one that the state operations are made through.
-    explicit World(Layer layer);
+    World(Layer layer, Recording recording);
     ~World();
     World(const World&) = delete;
     World& operator=(const World&) = delete;
@@ -109,6 +109,8 @@ private:
     void noteRecords();
     void noteBirth(const Payload& state);
     void noteDeath(const Payload& state);
+    void noteDeletion(const Payload& state);
+    void noteDeletions();
 
     std::string resultOf(const Action& action);
     template <class Scope>
@@ -158,6 +160,7 @@ private:
     static World* s_current;  // handlers, deleters and observers are plain functions
 
     const Layer m_layer;
+    const Recording m_recording;
     const tav::ErrorHandler m_previousHandler;
     RecordingSink m_sink;
     std::array<std::uint64_t, 3> m_nextIDs{};

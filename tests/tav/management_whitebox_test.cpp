@@ -22,6 +22,7 @@
 #include <string>
 
 #include "../support/recording_sink.h"
+#include "../support/teardown_recording.h"
 #include "contexts.h"
 
 namespace {
@@ -29,6 +30,7 @@ namespace {
 /// Looks into a store and breaks what it promises.
 struct InstanceManagerPeer {
     static std::size_t slotCount(const InstanceManager& store) { return store.m_items.size(); }
+    static std::size_t directSlots(const InstanceManager& store) { return store.m_slotCount; }
     static std::size_t listSize(const InstanceManager& store) { return store.m_list.size(); }
     static void setSlot(InstanceManager& store, std::uint64_t typeID, StatePtr* item) { store.m_items[typeID] = item; }
 };
@@ -263,6 +265,33 @@ TEST_F(InstanceManagerTest, IgnoredStraySlotExtractsNothing) {
     EXPECT_NE(stray, nullptr);
 }
 
+// A watched store does what any does, growing included; when that is over lookups are direct again.
+TEST_F(InstanceManagerTest, IsWatched) {
+    put(3, "third");
+    EXPECT_EQ(Peer::directSlots(store), slotCount());
+    store.watch();
+    EXPECT_EQ(Peer::directSlots(store), 0u);
+    EXPECT_NE(store.find(3), nullptr);
+    EXPECT_EQ(store.find(4), nullptr);
+    put(4, "fourth");
+    EXPECT_NE(store.find(4), nullptr);
+    EXPECT_EQ(slotCount(), 1027u);
+    EXPECT_EQ(store.find(5000), nullptr);
+    EXPECT_EQ(slotCount(), 6024u);
+    put(9000, "last");
+    EXPECT_EQ(slotCount(), 10024u);
+    EXPECT_EQ(Peer::directSlots(store), 0u);
+    EXPECT_TRUE(store.extract(4));
+    EXPECT_FALSE(store.extract(4));
+    EXPECT_EQ(store.numNonNullItems(), 2u);
+    store.endWatch();
+    EXPECT_EQ(Peer::directSlots(store), 10024u);
+    EXPECT_NE(store.find(3), nullptr);
+    EXPECT_NE(store.find(9000), nullptr);
+    EXPECT_EQ(store.find(20000), nullptr);
+    EXPECT_EQ(Peer::directSlots(store), 21024u);
+}
+
 // Each invariant is checked where it matters. All of this happens in processes of their own.
 class InstanceManagerDeathTest : public InstanceManagerTest {
 protected:
@@ -315,6 +344,14 @@ TEST_F(InstanceManagerDeathTest, ChecksThatNodesHaveSlots) {
         destroy();
     };
     EXPECT_DEATH(destroyWithStraySlot(), assertionFailed("index != m_items.end()", "InstanceManager::destroy"));
+}
+
+// A second state in a slot is found out while the store is watched, too.
+TEST_F(InstanceManagerDeathTest, ChecksForFreeSlotsWhileWatched) {
+    put(3, "first");
+    store.watch();
+    EXPECT_DEATH(put(3, "second"), assertionFailed("m_items[typeID] == nullptr", "InstanceManager::insertBeyond"));
+    store.endWatch();
 }
 
 // A slot that is left when all nodes are gone is found out at the end.
@@ -978,6 +1015,149 @@ TEST_F(IsActiveTest, IsFalseForEmptyHandles) {
     EXPECT_FALSE(isActive(process));
     EXPECT_FALSE(isActive(zarn));
     EXPECT_FALSE(isActive(workspace));
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+
+using foundation::tav::management::DeletionRecord;
+using foundation::tav::management::recordedTeardown;
+using foundation::tests::TeardownRecording;
+
+template <class Scope>
+class RecordedContextImplTest : public EachContextImplTest<Scope> {
+protected:
+    const TeardownRecording recording;
+};
+TYPED_TEST_SUITE(RecordedContextImplTest, foundation::tests::AllScopes, foundation::tests::ScopeNames);
+
+// A store is watched while its context's states die, and no longer: also if it grew meanwhile.
+TYPED_TEST(RecordedContextImplTest, StoresAreWatchedWhileStatesDie) {
+    auto& context = this->template context<TypeParam>();
+    const auto stores = Inspection::stores(*this->process);
+    const auto own =
+        std::find_if(stores.begin(), stores.end(), [&](const auto& store) { return store.context == &context; });
+    ASSERT_NE(own, stores.end());
+    EXPECT_EQ(*own->scope, typeid(TypeParam));
+    const InstanceManager& states = *own->states;
+    context.insert(0, typeid(Widget), this->log.state("state", [&] {
+        EXPECT_EQ(InstanceManagerPeer::directSlots(states), 0u);
+        EXPECT_EQ(context.find(5000), nullptr);
+        EXPECT_EQ(InstanceManagerPeer::directSlots(states), 0u);
+    }));
+    EXPECT_EQ(InstanceManagerPeer::directSlots(states), 1024u);
+    this->destroyAll();
+    EXPECT_THAT(this->log.deaths(), ElementsAre("state"));
+    EXPECT_EQ(InstanceManagerPeer::directSlots(states), 6024u);
+}
+
+// Nor is it watched where nothing is recorded.
+TYPED_TEST(EachContextImplTest, StoresAreNotWatchedWithoutRecording) {
+    auto& context = this->template context<TypeParam>();
+    const auto stores = Inspection::stores(*this->process);
+    const auto own =
+        std::find_if(stores.begin(), stores.end(), [&](const auto& store) { return store.context == &context; });
+    ASSERT_NE(own, stores.end());
+    context.insert(0, typeid(Widget),
+                   this->log.state("state", [&] { EXPECT_EQ(InstanceManagerPeer::directSlots(*own->states), 1024u); }));
+    this->destroyAll();
+    EXPECT_THAT(this->log.deaths(), ElementsAre("state"));
+}
+
+/// What is deleted by the hands of a test.
+class TeardownRecordTest : public testing::Test {
+protected:
+    static std::vector<std::size_t> lateUses() {
+        std::vector<std::size_t> numbers;
+        for (const DeletionRecord& deletion : recordedTeardown().deletions)
+            numbers.push_back(deletion.lateUses.size());
+        return numbers;
+    }
+
+    const TeardownRecording recording;
+    const int context = 0;
+    const int store = 0;
+    const StatePtr state{this, [](void*) {}};
+};
+
+// A context that is freed without having been destroyed deletes its states in its own name.
+TEST_F(TeardownRecordTest, HasContextsThatAreFreed) {
+    LifetimeLog log;
+    auto freed = std::make_shared<ContextImpl<Process>>();
+    const void* const identity = freed.get();
+    ContextImpl<Process>& dying = *freed;
+    freed->insert(0, typeid(Widget), log.state("older", [&dying] { EXPECT_EQ(dying.find(1), nullptr); }));
+    freed->insert(1, typeid(Widget), log.state("newer"));
+    freed.reset();
+    EXPECT_THAT(log.deaths(), ElementsAre("newer", "older"));
+    const std::vector<DeletionRecord> deletions = recordedTeardown().deletions;
+    ASSERT_EQ(deletions.size(), 2u);
+    for (const DeletionRecord& deletion : deletions) {
+        EXPECT_EQ(*deletion.scope, typeid(Process));
+        EXPECT_EQ(deletion.context, identity);
+    }
+    EXPECT_THAT(lateUses(), ElementsAre(0u, 1u));
+}
+
+// What one destruction has deleted is forgotten with it: another one may be of a context at the same address.
+TEST_F(TeardownRecordTest, ForgetsDestructions) {
+    {
+        const detail::RecordedDestruction first(typeid(Zarn), &context, &store);
+        EXPECT_TRUE(first.isRecorded());
+        const detail::RecordedDeletion deletion(&typeid(Zarn), &context, 1, state);
+        detail::recordLateUse(&store, 1, false);
+    }
+    {
+        const detail::RecordedDeletion deletion(&typeid(Zarn), &context, 2, state);
+        detail::recordLateUse(&store, 1, false);
+        detail::recordLateUse(&store, 2, true);
+    }
+    {
+        const detail::RecordedDestruction second(typeid(Zarn), &context, &store);
+        const detail::RecordedDeletion deletion(&typeid(Zarn), &context, 3, state);
+        detail::recordLateUse(&store, 1, false);
+        detail::recordLateUse(&store, 2, true);
+    }
+    EXPECT_THAT(lateUses(), ElementsAre(1u, 0u, 0u));
+}
+
+// Destructions at the same time are told apart, by the store that is asked and the context that deletes.
+TEST_F(TeardownRecordTest, TellsDestructionsApart) {
+    const int otherContext = 0;
+    const int otherStore = 0;
+    const detail::RecordedDestruction first(typeid(Zarn), &context, &store);
+    const detail::RecordedDestruction second(typeid(Process), &otherContext, &otherStore);
+    const detail::RecordedDeletion deletion(&typeid(Zarn), &context, 1, state);
+    const detail::RecordedDeletion within(&typeid(Process), &otherContext, 2, state);
+    detail::recordLateUse(&otherStore, 1, false);
+    detail::recordLateUse(&store, 2, false);
+    EXPECT_THAT(lateUses(), ElementsAre(0u, 0u));
+    detail::recordLateUse(&otherStore, 2, false);
+    detail::recordLateUse(&store, 1, false);
+    EXPECT_THAT(lateUses(), ElementsAre(0u, 2u));
+}
+
+// A destruction that begins while nothing is recorded is none, whatever is switched on before its end.
+TEST_F(TeardownRecordTest, IsDecidedAtTheBeginning) {
+    foundation::tav::management::stopRecordingTeardown();
+    const detail::RecordedDestruction destruction(typeid(Zarn), &context, &store);
+    EXPECT_FALSE(destruction.isRecorded());
+    foundation::tav::management::recordTeardown(std::chrono::hours(1));
+    EXPECT_FALSE(destruction.isRecorded());
+    const detail::RecordedDeletion deletion(&typeid(Zarn), &context, 1, state);
+    detail::recordLateUse(&store, 1, false);
+    EXPECT_THAT(lateUses(), ElementsAre(0u));
+}
+
+// A deleter that lies in no module has none.
+TEST_F(TeardownRecordTest, KnowsDeletersOfNoModule) {
+    StatePtr strange(this, reinterpret_cast<foundation::tav::StateDeleter>(static_cast<void*>(this)));
+    {
+        const detail::RecordedDeletion deletion(nullptr, nullptr, 1, strange);
+        static_cast<void>(strange.release());
+    }
+    const DeletionRecord deletion = recordedTeardown().deletions.at(0);
+    EXPECT_EQ(deletion.module, "");
+    EXPECT_EQ(deletion.address, this);
 }
 
 }  // namespace

@@ -1,14 +1,19 @@
 // What happens where memory ends.
 
+#include <foundation/tav/teardown.h>
 #include <foundation/tav/type_error.h>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
 #include "../support/failing_allocation.h"
 #include "../support/recording_sink.h"
+#include "../support/teardown_recording.h"
 #include "contexts.h"
 
 namespace foundation::tests {
@@ -318,6 +323,138 @@ TEST_F(TraceMemoryTest, ReportsThatCannotBeTracedReachTheHandler) {
         EXPECT_TRUE(handlerWasCalled);
         if (!FailingAllocation::takeFailure()) break;
     }
+}
+
+/// A recorded destruction in which memory ends.
+class TeardownMemoryTest : public testing::Test {
+protected:
+    using TeardownRecord = tav::management::TeardownRecord;
+
+    // Three states, the oldest of which looks for the newest.
+    void destroyRecorded() {
+        std::optional<Context<Process>> process;
+        {
+            const SparedAllocations spared;
+            tav::management::recordTeardown(std::chrono::nanoseconds(0));
+            log.emplace();
+            process.emplace();
+            put(0, "oldest", [] { EXPECT_EQ(Detail<Process>::find(2, typeid(Widget)), nullptr); });
+            put(1, "middle");
+            put(2, "newest");
+        }
+        process->destroy();
+        const SparedAllocations spared;
+        recorded = tav::management::recordedTeardown();
+        process.reset();
+    }
+
+    // Nothing is wanting but in the record, and that is whole as far as it goes.
+    void expectDeaths() const {
+        EXPECT_THAT(log->deaths(), ElementsAre("newest", "middle", "oldest"));
+        std::uint64_t next = 3;
+        for (const auto& deletion : recorded.deletions) {
+            EXPECT_LT(deletion.typeID, next);
+            EXPECT_FALSE(deletion.isRunning);
+            EXPECT_LE(deletion.lateUses.size(), deletion.typeID == 0 ? 1u : 0u);
+            EXPECT_GT(deletion.duration, std::chrono::nanoseconds(0));
+            next = deletion.typeID;
+        }
+    }
+
+    bool isWhole() const { return recorded.deletions.size() == 3 && recorded.deletions.back().lateUses.size() == 1; }
+
+    void expectAll() const {
+        expectDeaths();
+        EXPECT_EQ(recorded.lost, 0u);
+        EXPECT_TRUE(isWhole());
+    }
+
+    std::optional<LifetimeLog> log;
+    TeardownRecord recorded{};
+
+private:
+    void put(std::uint64_t id, const std::string& name, std::function<void()> atDeath = {}) {
+        Detail<Process>::insert(id, typeid(Widget), log->state(name, std::move(atDeath)));
+    }
+
+    const TeardownRecording m_restored;
+};
+
+// What there is no memory to record is counted, and else goes unnoticed.
+TEST_F(TeardownMemoryTest, LossesAreCounted) {
+    const auto destroy = [this] { destroyRecorded(); };
+    EXPECT_EQ(failEachAllocation(destroy,
+                                 [this](Outcome outcome) {
+                                     EXPECT_EQ(outcome, Outcome::done);
+                                     expectDeaths();
+                                     EXPECT_EQ(recorded.lost, 1u);
+                                     const auto& deletions = recorded.deletions;
+                                     const bool isUseLost = deletions.size() == 3 && deletions[2].lateUses.empty();
+                                     EXPECT_TRUE(deletions.size() == 2 || isUseLost);
+                                 }),
+              Outcome::done);
+    expectAll();
+}
+
+// Without any memory nothing is recorded, each time of which counts: the destruction's beginning and each deletion.
+TEST_F(TeardownMemoryTest, NothingIsRecordedWithoutMemory) {
+    {
+        const FailingAllocation all(1, Failures::fromThenOn);
+        destroyRecorded();
+    }
+    EXPECT_TRUE(FailingAllocation::takeFailure());
+    expectDeaths();
+    EXPECT_THAT(recorded.deletions, IsEmpty());
+    EXPECT_EQ(recorded.lost, 4u);
+}
+
+// Wherever memory ends for good, states die all the same.
+TEST_F(TeardownMemoryTest, MemoryMayEndForGood) {
+    for (std::size_t number = 2;; ++number) {
+        {
+            const FailingAllocation failing(number, Failures::fromThenOn);
+            destroyRecorded();
+        }
+        if (!FailingAllocation::takeFailure()) break;
+        expectDeaths();
+        EXPECT_GT(recorded.lost, 0u);
+    }
+    expectAll();
+}
+
+// Nor does it matter where memory ends while the findings are traced.
+TEST_F(TeardownMemoryTest, FindingsAreLostUnnoticed) {
+    RecordingSink sink;
+    const auto destroy = [this] {
+        const ScopedMask mask(16);
+        destroyRecorded();
+    };
+    EXPECT_EQ(failEachAllocation(destroy,
+                                 [this](Outcome outcome) {
+                                     EXPECT_EQ(outcome, Outcome::done);
+                                     expectDeaths();
+                                     EXPECT_EQ(recorded.lost, isWhole() ? 0u : 1u);
+                                 }),
+              Outcome::done);
+    expectAll();
+}
+
+// The record that there is no memory to copy is there the next time.
+TEST_F(TeardownMemoryTest, RecordsAreReadAgain) {
+    destroyRecorded();
+    EXPECT_EQ(failEachAllocation([this] { recorded = tav::management::recordedTeardown(); }, outOfMemoryAnd([] {})),
+              Outcome::done);
+    expectAll();
+}
+
+// While nothing is recorded, a destruction allocates nothing for it.
+TEST_F(TeardownMemoryTest, NoRecordNoAllocation) {
+    Context<Process> process;
+    Detail<Process>::insert(0, typeid(Widget), StatePtr(this, [](void*) {}));
+    tav::management::stopRecordingTeardown();
+    const std::size_t allocations = allocationCount();
+    process.destroy();
+    EXPECT_EQ(allocationCount(), allocations);
 }
 
 }  // namespace
