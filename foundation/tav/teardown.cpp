@@ -19,6 +19,8 @@
 #include <typeinfo>
 #include <utility>
 #include <vector>
+// What the standard containers use:
+// IWYU pragma: no_include <memory>
 
 namespace foundation::tav {
 
@@ -84,8 +86,7 @@ TeardownRecord copyIf(const Predicate& isWanted) {
     for (const DeletionRecord& deletion : teardown.deletions) {
         const auto duration = deletion.isRunning ? now - deletion.begin : deletion.duration;
         if (!isWanted(deletion, duration > teardown.limit)) continue;
-        copy.deletions.push_back(deletion);
-        copy.deletions.back().duration = duration;
+        copy.deletions.emplace_back(deletion).duration = duration;
     }
     return copy;
 }
