@@ -90,7 +90,7 @@ private:
     bool isAsExpectedOfFailure(const Outcome& outcome, const World::Seen& seen);
     bool areSameButForReport(const Effect& effect, const World::Seen& seen);
     void cleanUp();
-    void performAll(const Kind& kind);
+    void performAll(const Kind& kind, std::uint8_t round);
     void cover(const Action& action, Origin origin, const Effect& effect, const World::Seen& seen);
     void diverge(const Outcome& outcome, const World::Seen& seen);
 
@@ -195,24 +195,26 @@ bool Execution::areSameButForReport(const Effect& effect, const World::Seen& see
     return false;
 }
 
-void Execution::performAll(const Kind& kind) {
-    while (!m_divergence && perform({.call = {.kind = kind}}, Origin::cleanup)) {
+void Execution::performAll(const Kind& kind, std::uint8_t round) {
+    const int thread = round / activatorCount % threadCount;
+    while (!m_divergence && perform({.call = {.kind = kind, .a = round}, .thread = thread}, Origin::cleanup)) {
     }
 }
 
 /// Ends all objects. Activators that ended out of order leave contexts current; others in their place clear the
-/// threads' slots until the contexts are gone. What deleters construct meanwhile is for the next round.
+/// threads' slots until the contexts are gone. What deleters construct meanwhile is for the next round. An activator
+/// may have no defined end on one thread before others have ended: each round begins with another one, on each thread.
 void Execution::cleanUp() {
-    constexpr int mostRounds = 20;
-    for (int round = 0; round < mostRounds && !m_divergence && !m_model.isClean(); ++round) {
-        performAll({Verb::freeActivator});
+    constexpr std::uint8_t mostRounds = 3 * activatorCount * threadCount;
+    for (std::uint8_t round = 0; round < mostRounds && !m_divergence && !m_model.isClean(); ++round) {
+        performAll({Verb::freeActivator}, round);
         for (int thread = 0; thread < threadCount && !m_divergence; ++thread)
             if (m_model.hasCurrent(thread))
                 perform({.call = {.kind = {Verb::activateNothing}}, .thread = thread}, Origin::cleanup);
-        performAll({Verb::freeSet});
+        performAll({Verb::freeSet}, round);
         for (const Scope scope : {Scope::workspace, Scope::zarn, Scope::process})
-            performAll({Verb::free, scope});
-        performAll({Verb::freeActivator});
+            performAll({Verb::free, scope}, round);
+        performAll({Verb::freeActivator}, round);
     }
 }
 
