@@ -1177,7 +1177,7 @@ static_assert(static_cast<State>(ContextState::running) == State::running &&
 /// What layers above see of the contexts, and may do to them without their being current.
 struct Inspection {
     struct Store {
-        std::shared_ptr<InstanceManager> states;  // shares the context
+        std::shared_ptr<InstanceManager> states;  // a share of the context
         const std::type_info* scope;
         const void* context;
     };
@@ -1269,8 +1269,8 @@ std::uint64_t eraseStatesDeletedBy(const void* begin, const void* end) {
         const auto deleter = reinterpret_cast<std::uintptr_t>(state.get_deleter());
         return deleter >= reinterpret_cast<std::uintptr_t>(begin) && deleter < reinterpret_cast<std::uintptr_t>(end);
     };
-    const std::vector<Inspection::Store> stores =
-        Inspection::stores(*process);  // a deleter may free the handles of their contexts
+    // With shares of the contexts, whose handles a deleter may free.
+    const std::vector<Inspection::Store> stores = Inspection::stores(*process);
     std::uint64_t erased = 0;
     for (auto store = stores.rbegin(); store != stores.rend(); ++store)
         while (Inspection::eraseNewest(*process, *store, matches))

@@ -34,8 +34,8 @@ std::string failureOf(const Property& property, std::uint64_t seed, int programs
 }
 
 /// Random programs have the same effects on the library as on the model, also where deletions are recorded, as they are
-/// with every other seed. FOUNDATION_MODEL_SEED repeats a run that began
-/// with the seed; FOUNDATION_MODEL_OPERATIONS says how many operations are enough.
+/// with every other seed. FOUNDATION_MODEL_SEED repeats a run that began with the seed; FOUNDATION_MODEL_OPERATIONS
+/// says how many operations are enough.
 void expectRandomOperationsAgree(Layer layer) {
     constexpr int programsOfASeed = 500;
     const std::uint64_t first = numberFromEnvironment("FOUNDATION_MODEL_SEED", std::random_device()());

@@ -59,7 +59,8 @@ private:
     const void* m_store = nullptr;
 };
 
-/// Counts only within a deleter, and for a type that the destruction of the store's context has deleted.
+/// Counts only within a deleter, and for a type of which a state was deleted since the destruction of the store's
+/// context began.
 [[gnu::cold]] void recordLateUse(const void* store, std::uint64_t typeID, bool isInserted) noexcept;
 
 }  // namespace foundation::tav::detail
